@@ -1,0 +1,65 @@
+#include "pal/accounting.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+
+#include "pal/test_hooks.h"
+
+namespace pal {
+namespace {
+
+std::atomic<long> g_live_counts[kKindCount];
+
+// Thread-locals of this layer have no destructor: one would keep the module loaded until the thread ends.
+constexpr size_t kNameCapacity = 64;
+thread_local char t_failing_function[kNameCapacity];  // empty: any
+thread_local int t_calls_to_go = 0;                   // 0: none is to fail
+thread_local bool t_fault_fired = false;
+
+}  // namespace
+
+void CountUp(Kind kind) {
+  g_live_counts[static_cast<int>(kind)].fetch_add(1, std::memory_order_relaxed);
+}
+
+void CountDown(Kind kind) {
+  g_live_counts[static_cast<int>(kind)].fetch_sub(1, std::memory_order_relaxed);
+}
+
+long LiveCount(Kind kind) {
+  return g_live_counts[static_cast<int>(kind)].load(std::memory_order_relaxed);
+}
+
+bool MustFail(const char* function) {
+  if (t_calls_to_go == 0)
+    return false;
+  if (t_failing_function[0] != 0 && std::strcmp(t_failing_function, function) != 0)
+    return false;
+  if (--t_calls_to_go != 0)
+    return false;
+  t_fault_fired = true;
+  return true;
+}
+
+void FailNthCall(int n) {
+  FailNthCallOf("", n);
+}
+
+void FailNthCallOf(const char* function, int n) {
+  const size_t length = std::min(std::strlen(function), kNameCapacity - 1);
+  std::memcpy(t_failing_function, function, length);
+  t_failing_function[length] = 0;
+  t_calls_to_go = n;
+  t_fault_fired = false;
+}
+
+bool FaultFired() {
+  return t_fault_fired;
+}
+
+void ClearFaults() {
+  FailNthCallOf("", 0);
+}
+
+}  // namespace pal

@@ -1,0 +1,64 @@
+#include "pal/com.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "pal/accounting.h"
+#include "pal/dom_document.h"
+#include "pal/guarded.h"
+
+namespace {
+
+struct Apartment {
+  int initialisations;
+  DWORD model;
+};
+thread_local Apartment t_apartment{};
+
+constexpr CLSID kDomDocumentClasses[] = {
+    // 6.0, 3.0, and the one of no version
+    {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}},
+    {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}},
+    {0xF6D90F11, 0x9C73, 0x11D3, {0xB3, 0x2E, 0x00, 0xC0, 0x4F, 0x99, 0x0B, 0xB4}},
+};
+
+}  // namespace
+
+HRESULT CoInitializeEx(void* reserved, DWORD flags) {
+  if (pal::MustFail("CoInitializeEx"))
+    return E_OUTOFMEMORY;
+  if (reserved || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED))
+    return E_INVALIDARG;
+  Apartment& apartment = t_apartment;
+  if (apartment.initialisations != 0 && apartment.model != flags)
+    return RPC_E_CHANGED_MODE;
+  apartment.model = flags;
+  pal::CountUp(pal::Kind::kComInitialisation);
+  return ++apartment.initialisations == 1 ? S_OK : S_FALSE;
+}
+
+void CoUninitialize() {
+  if (t_apartment.initialisations == 0)
+    return;
+  --t_apartment.initialisations;
+  pal::CountDown(pal::Kind::kComInitialisation);
+}
+
+HRESULT CoCreateInstance(REFCLSID class_id, IUnknown* outer, DWORD context, REFIID iid, void** object) {
+  if (!object)
+    return E_INVALIDARG;
+  *object = nullptr;
+  if (pal::MustFail("CoCreateInstance"))
+    return REGDB_E_CLASSNOTREG;
+  if (t_apartment.initialisations == 0)
+    return CO_E_NOTINITIALIZED;
+  if (outer)
+    return CLASS_E_NOAGGREGATION;
+  if (context != CLSCTX_INPROC_SERVER)
+    return E_INVALIDARG;
+  const bool is_dom_document = std::find(std::begin(kDomDocumentClasses), std::end(kDomDocumentClasses),
+                                         class_id) != std::end(kDomDocumentClasses);
+  if (!is_dom_document)
+    return REGDB_E_CLASSNOTREG;
+  return pal::GuardedMethod([&] { return pal::CreateDomDocument(iid, object); });
+}

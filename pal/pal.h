@@ -1,0 +1,26 @@
+#pragma once
+
+/// The Windows calls that the library makes, for Linux: real names, real widths, real codes, the last error
+/// per thread. It is a small layer. What nobody calls is not here, and an argument that is not supported
+/// fails (ERROR_INVALID_PARAMETER, E_INVALIDARG); it is never ignored.
+///
+/// Everything is linked statically and hidden, so each module has a copy of its own: its own last error, its
+/// own count of COM initialisations, its own books in test_hooks.h. Only BSTRs and GlobalAlloc blocks may be
+/// released by another copy than the one that made them.
+
+#include "pal/clock.h"
+#include "pal/com.h"
+#include "pal/dom.h"
+#include "pal/environment.h"
+#include "pal/error_codes.h"
+#include "pal/file.h"
+#include "pal/last_error.h"
+#include "pal/locale.h"
+#include "pal/memory.h"
+#include "pal/message.h"
+#include "pal/module.h"
+#include "pal/oleauto.h"
+#include "pal/registry.h"
+#include "pal/spooler.h"
+#include "pal/sync.h"
+#include "pal/types.h"

@@ -1,0 +1,130 @@
+#include "pal/spooler.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "pal/accounting.h"
+#include "pal/guarded.h"
+#include "pal/handle_table.h"
+#include "pal/home.h"
+#include "pal/registry_file.h"
+
+namespace {
+
+using pal::FailWith;
+
+struct Printer {
+  std::u16string name;
+};
+
+constinit pal::HandleTable<Printer*, pal::kPrinterTag> g_printers;
+
+std::u16string KeyOfQueue(std::u16string_view name) {
+  constexpr std::u16string_view kPrinters =
+      u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\";
+  return std::u16string(kPrinters).append(name);
+}
+
+DWORD LoadRegistry(pal::RegistryFile* registry) {
+  return pal::RegistryFile::Load(pal::RegistryFilePath(), registry);
+}
+
+DWORD FindQueue(std::u16string_view name) {
+  // A backslash would lead to the keys below a queue's; a name that has one means another machine's queue.
+  if (name.empty() || name.find(u'\\') != std::u16string_view::npos)
+    return ERROR_INVALID_PRINTER_NAME;
+  pal::RegistryFile registry;
+  const DWORD code = LoadRegistry(&registry);
+  if (code != ERROR_SUCCESS)
+    return code;
+  return registry.HasKey(KeyOfQueue(name)) ? ERROR_SUCCESS : ERROR_INVALID_PRINTER_NAME;
+}
+
+DWORD FindPort(std::u16string_view queue, std::optional<std::u16string>* port) {
+  pal::RegistryFile registry;
+  const DWORD code = LoadRegistry(&registry);
+  if (code != ERROR_SUCCESS)
+    return code;
+  const pal::RegistryValue* value = registry.FindValue(KeyOfQueue(queue), u"Port");
+  if (value)
+    *port = value->Text();
+  return ERROR_SUCCESS;
+}
+
+size_t SizeOf(const std::u16string& text) {
+  return (text.size() + 1) * sizeof(WCHAR);
+}
+
+// Puts the text at `at`, moves `at` behind it, and tells where the text is.
+LPWSTR PlaceText(const std::u16string& text, BYTE*& at) {
+  const LPWSTR placed = reinterpret_cast<LPWSTR>(at);
+  std::copy_n(text.c_str(), text.size() + 1, placed);
+  at += SizeOf(text);
+  return placed;
+}
+
+}  // namespace
+
+BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
+  if (!printer)
+    return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  *printer = nullptr;
+  if (pal::MustFail("OpenPrinterW"))
+    return FailWith(ERROR_ACCESS_DENIED, FALSE);
+  if (!name || defaults)
+    return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
+    const DWORD code = FindQueue(name);
+    if (code != ERROR_SUCCESS)
+      return FailWith(static_cast<LONG>(code), FALSE);
+    auto opened = std::make_unique<Printer>(Printer{name});
+    *printer = g_printers.Insert(opened.get());
+    if (!*printer)
+      return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+    opened.release();
+    pal::CountUp(pal::Kind::kPrinter);
+    return TRUE;
+  });
+}
+
+BOOL GetPrinterW(HANDLE printer, DWORD level, BYTE* info, DWORD size_bytes, DWORD* needed_bytes) {
+  if (!needed_bytes || (!info && size_bytes != 0))
+    return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  *needed_bytes = 0;
+  if (pal::MustFail("GetPrinterW"))
+    return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+  if (level != 2)
+    return FailWith(ERROR_INVALID_LEVEL, FALSE);
+  return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
+    const auto opened = g_printers.Find(printer);
+    if (!opened)
+      return FailWith(ERROR_INVALID_HANDLE, FALSE);
+    const std::u16string& name = (*opened)->name;
+    std::optional<std::u16string> port;
+    const DWORD code = FindPort(name, &port);
+    if (code != ERROR_SUCCESS)
+      return FailWith(static_cast<LONG>(code), FALSE);
+    *needed_bytes = static_cast<DWORD>(sizeof(PRINTER_INFO_2W) + SizeOf(name) + (port ? SizeOf(*port) : 0));
+    if (size_bytes < *needed_bytes)
+      return FailWith(ERROR_INSUFFICIENT_BUFFER, FALSE);
+    auto* queue = new (info) PRINTER_INFO_2W{};
+    BYTE* texts = info + sizeof(PRINTER_INFO_2W);
+    queue->pPrinterName = PlaceText(name, texts);
+    if (port)
+      queue->pPortName = PlaceText(*port, texts);
+    return TRUE;
+  });
+}
+
+BOOL ClosePrinter(HANDLE printer) {
+  const auto opened = g_printers.Remove(printer);
+  if (!opened)
+    return FailWith(ERROR_INVALID_HANDLE, FALSE);
+  delete *opened;
+  pal::CountDown(pal::Kind::kPrinter);
+  return TRUE;
+}
