@@ -1,0 +1,72 @@
+// The device's data collection and its items as text.
+
+#include "src/deviceio/ixo_wrapper.h"
+#include "src/text.h"
+#include "src/trace/guard.h"
+
+namespace custom_bidi {
+namespace {
+
+/// Writes the value as text; false when it does not fit. A type that has no text leaves the buffer alone.
+bool WriteValue(const VARIANT& value, std::span<WCHAR> text) {
+  switch (value.vt) {
+    case VT_BSTR:
+      return CopyText(text, BstrText(value.bstrVal));
+    case VT_I1:
+      return FormatText(text, W("%d"), static_cast<signed char>(value.cVal)) < text.size();
+    case VT_I2:
+      return FormatText(text, W("%d"), value.iVal) < text.size();
+    case VT_I4:
+      return FormatText(text, W("%d"), value.lVal) < text.size();
+    case VT_UI1:
+      return FormatText(text, W("%u"), value.bVal) < text.size();
+    case VT_UI2:
+      return FormatText(text, W("%u"), value.uiVal) < text.size();
+    case VT_UI4:
+      return FormatText(text, W("%u"), value.ulVal) < text.size();
+    default:
+      return true;
+  }
+}
+
+}  // namespace
+
+DWORD IxoWrapper::BiDiData() noexcept {
+  return GuardedDeviceCall(W("IxoWrapper::BiDiData"), ERROR_INVALID_DATA, [&]() -> DWORD {
+    auto* const make_collection = FindEntry<ixo::CreateDataCollectionFromFileFunction>(
+        xdm_module_.Get(), ixo::kCreateDataCollectionFromFile);
+    if (make_collection == nullptr) {
+      const DWORD code = GetLastError();
+      TraceLog(W("GetProcAddress (%s) failed"), W("CreateDataCollectionFromFile"));
+      TraceErrorCode(code, W("BiDiData"));
+      return code;
+    }
+    const HRESULT result = make_collection(printer_address_, data_map_path_.c_str(), &data_collection_, 0);
+    if (FAILED(result) || data_collection_ == nullptr) {
+      TraceLog(W("CreateDataCollection from xml: [%s] ==> failed"), data_map_path_);
+      return ERROR_INVALID_DATA;
+    }
+    TraceLog(W("CreateDataCollection from xml: [%s] ==> success"), data_map_path_);
+    return ERROR_SUCCESS;
+  });
+}
+
+DWORD IxoWrapper::GetData(const WCHAR* name, WCHAR* text, size_t capacity_chars) noexcept {
+  if (IsNullOrEmpty(name) || text == nullptr || capacity_chars == 0)
+    return ERROR_INVALID_PARAMETER;
+  if (data_collection_ == nullptr)
+    return ERROR_INVALID_DATA;
+  return GuardedDeviceCall(W("IxoWrapper::GetData"), ERROR_INVALID_DATA, [&]() -> DWORD {
+    VARIANT value;  // never cleared: what it receives stays the library's
+    VariantInit(&value);
+    if (FAILED(data_collection_->GetValue(name, &value, 1)))
+      return ERROR_INVALID_DATA;
+    if (!WriteValue(value, {text, capacity_chars})) {
+      *text = 0;
+      return ERROR_INVALID_DATA;
+    }
+    return ERROR_SUCCESS;
+  });
+}
+
+}  // namespace custom_bidi

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <map>
+
+#include "src/deviceio/ixo_contract.h"
+#include "src/deviceio/module.h"
+
+namespace custom_bidi {
+
+/// What a name given to IxoWrapper::GetAddress is.
+enum class AddressKind : DWORD { QueueName = 0, PortName = 1, IpAddress = 2, HostName = 3 };
+
+/// Longest path that a library is loaded from: 1023 characters, as in the system's own 1024-character
+/// buffers.
+inline constexpr size_t kMaxModulePathChars = 1023;
+
+/// The three device libraries of one request, and what was made from them.
+///
+/// Used by one thread, for one request. Operations return Win32 codes; none throws, whatever a library
+/// raises: a raised code is the operation's result (null where it returns an object), anything else is traced
+/// and gives the result named below. Objects of the libraries are borrowed: they are dropped when the
+/// libraries go.
+class IxoWrapper {
+ public:
+  IxoWrapper() = default;
+  ~IxoWrapper();
+  IxoWrapper(const IxoWrapper&) = delete;
+  IxoWrapper& operator=(const IxoWrapper&) = delete;
+
+  /// Loads the libraries from full paths, in the order of the parameters. 87 for a missing or empty path,
+  /// with nothing loaded; 206 for a path of more than 1023 characters; else the system's code of the load
+  /// that failed, with none left loaded.
+  DWORD LoadIxoLibraries(const WCHAR* ixo_path, const WCHAR* xdm_path, const WCHAR* cert_path) noexcept;
+
+  /// Loads the I/O library alone, by the same rules.
+  DWORD LoadIxoLibrary(const WCHAR* ixo_path) noexcept;
+
+  /// Makes an address; null when that fails. Does not store it.
+  ixo::PrinterAddress* GetAddress(const WCHAR* name, AddressKind kind) noexcept;
+
+  /// Asks whether the device behind a port answers: `connected` receives 1 or 0. 87 for a missing name, 13
+  /// when no address can be made, 31 when the library raises anything.
+  DWORD IsPortConnected(const WCHAR* port, DWORD& connected) noexcept;
+
+  /// Makes the data collection of `printer_address` from `data_map_path`. 13 when the library makes none; the
+  /// system's code when it has no such entry point.
+  DWORD BiDiData() noexcept;
+
+  /// Reads the item `name` as text into `text`, which holds `capacity_chars` characters with the terminator.
+  /// A value that is neither a number nor a text leaves the buffer alone, with 0. 87 for a missing name or
+  /// buffer; 13 when the read fails, or when the text does not fit: the buffer is then empty.
+  DWORD GetData(const WCHAR* name, WCHAR* text, size_t capacity_chars) noexcept;
+
+  /// The printer's own names of its print-quality modes in the user's language, by attribute name. Every
+  /// failure gives an empty or a partly filled map.
+  std::map<WString, WString> GetCustomPQ() noexcept;
+
+  /// Reads the printer's state over SNMP. Each result stays as it was when the device gives no value. 13 when
+  /// a read cannot be made; the results of the earlier reads are then written. An exception of the third read
+  /// is passed on to the caller.
+  DWORD GetPrinterStatus(DWORD& printer_status, DWORD& response_code, DWORD& status_code);
+
+  /// Binds the maker of OID providers; 13 when the data-map library has none.
+  DWORD BindOidProviderMaker() noexcept;
+
+  void set_data_map_path(const WCHAR* path) { data_map_path_ = path; }
+  void set_printer_address(ixo::PrinterAddress* address) { printer_address_ = address; }
+  HMODULE cert_module() const { return cert_module_.Get(); }
+
+ private:
+  HRESULT ReadPrinterStatus(DWORD& value) noexcept;
+  HRESULT ReadDeviceStatus(DWORD& value) noexcept;
+  HRESULT ReadPrinterErrorState(WString& text);
+  HRESULT ReadOid(const WCHAR* oid, VARIANT& value);
+  HRESULT ReadInteger(const WCHAR* oid, DWORD& value) noexcept;
+
+  Module ixo_module_;
+  Module xdm_module_;
+  Module cert_module_;
+  WString data_map_path_;
+  ixo::PrinterAddress* printer_address_ = nullptr;  // borrowed
+  ixo::DataCollection* data_collection_ = nullptr;  // borrowed
+  ixo::CreateOidProviderFunction* make_oid_provider_ = nullptr;
+};
+
+}  // namespace custom_bidi

@@ -1,0 +1,94 @@
+// Filling the item map from the device.
+
+#include "src/exports/request_context.h"
+#include "src/response/item_store.h"
+#include "src/trace/guard.h"
+
+namespace custom_bidi {
+namespace {
+
+constexpr DWORD kFailed = 1;
+constexpr const WCHAR* kOperation = W("CCustomBiDi::LoadIPPResponse");
+
+std::vector<WString> CopyNames(const WCHAR* const* names, LONG count) {
+  std::vector<WString> copies;
+  for (LONG i = 0; i < count; ++i) {
+    if (names[i] != nullptr)
+      copies.emplace_back(names[i]);
+  }
+  return copies;
+}
+
+DWORD Finish(bool success) {
+  TraceLog(success ? W(">>>>>Custom Bidi :  LoadIPPResponse success!!!")
+                   : W(">>>>>Custom Bidi :  LoadIPPResponse fail!!!"));
+  return success ? ERROR_SUCCESS : kFailed;
+}
+
+}  // namespace
+
+void StoreItem(WStringView name, WStringView text, ItemMap& items) {
+  if (text.empty())
+    return;
+  if (text.find(WCHAR{','}) == WStringView::npos) {
+    items.Set(name, text);
+    return;
+  }
+  items.Set(WString(name) + W("_Value"), text);
+  items.Set(name, W("Valid"));
+}
+
+DWORD CCustomBiDi::LoadIPPResponse(const WCHAR* const* names, LONG count) noexcept {
+  return GuardedOperation(kOperation, W("Error in Run"), kFailed, [&]() -> DWORD {
+    for (const WString& name : CopyNames(names, count)) {
+      if (ReadItem(name.c_str()) != ERROR_SUCCESS && name == W("CustomPQ"))
+        MergePrintQualityEntries();
+    }
+    return Finish(!items_.empty());
+  });
+}
+
+DWORD CCustomBiDi::LoadIPPResponse() noexcept {
+  return GuardedOperation(kOperation, W("Error in Run"), kFailed, [&]() -> DWORD {
+    WCHAR device_id[1024] = {};
+    ixo_.GetData(W("DeviceID"), device_id, std::size(device_id));
+    DWORD code = ParseAndSaveCIDInfo(device_id);
+    if (code == ERROR_SUCCESS)
+      code = ReadDataMapItems();
+    MergePrintQualityEntries();
+    if (code != ERROR_SUCCESS || items_.empty())
+      return Finish(false);
+    items_.Set(W("JobJsonDeviceCapsComplete"), W("true"));
+    return Finish(true);
+  });
+}
+
+/// Reads and stores one item; the code of the read.
+DWORD CCustomBiDi::ReadItem(const WCHAR* name) {
+  WCHAR text[4096] = {};
+  const DWORD code = ixo_.GetData(name, text, std::size(text));
+  if (code == ERROR_SUCCESS)
+    StoreItem(name, text, items_);
+  return code;
+}
+
+DWORD CCustomBiDi::ReadDataMapItems() {
+  std::vector<ComPtr<IXMLDOMNode>> data_items;
+  const DWORD code = data_map_.GetPathedNodeListAsArray(W("//IPPDataMap//DataItem"), data_items);
+  if (code != ERROR_SUCCESS)
+    return code;
+  for (ComPtr<IXMLDOMNode>& data_item : data_items) {
+    WCHAR name[CCIXML::kValueChars] = {};
+    if (data_map_.GetAttributeValue(data_item.Get(), W("Name"), name) == ERROR_SUCCESS && *name != 0)
+      ReadItem(name);
+    data_item.Reset();
+  }
+  return ERROR_SUCCESS;
+}
+
+void CCustomBiDi::MergePrintQualityEntries() {
+  for (const auto& [name, text] : ixo_.GetCustomPQ())
+    items_.AddIfAbsent(name, text);
+}
+
+}  // namespace custom_bidi

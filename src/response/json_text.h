@@ -1,0 +1,14 @@
+#pragma once
+
+#include "src/response/item_map.h"
+
+namespace custom_bidi {
+
+/// The bidi answer: one JSON object of string members, the items in the map's order, "CID" last. Texts are
+/// copied as they are, nothing is escaped. Linear in the size of the answer.
+WString BidiJson(const ItemMap& items, WStringView cid);
+
+/// The status answer of three values: no blank anywhere; the first two signed, the third not.
+WString StatusJson(DWORD printer_status, DWORD response_code, DWORD status_code);
+
+}  // namespace custom_bidi
