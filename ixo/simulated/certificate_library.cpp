@@ -1,0 +1,2 @@
+// The certificate library. It can be loaded, and has no entry points: this printer keeps neither passwords
+// nor certificates.

@@ -1,0 +1,178 @@
+// The data-map library: items, SNMP objects and locale strings of the simulated printer.
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <type_traits>
+
+#include "ixo/simulated/library.h"
+#include "ixo/simulated/map_file.h"
+
+namespace custom_bidi::simulated {
+namespace {
+
+constexpr HRESULT ResultFromWin32(DWORD code) {
+  return static_cast<HRESULT>(0x80070000u | code);
+}
+
+/// What the device answers when it does not know an item or object.
+constexpr HRESULT kElementNotFound = ResultFromWin32(1168);
+
+/// GetDeviceLocaleStrings for a language that the device does not have.
+constexpr LONG kNoSuchLanguage = 1;
+
+Library library;
+
+HRESULT Deliver(const Course& course, const Value* found, VARIANT* value) {
+  if (course.StopsWork()) {
+    if (course.give_null) {
+      Value::NullText().CopyTo(value);
+    }
+    return course.result;
+  }
+  if (!found) {
+    return kElementNotFound;
+  }
+  found->CopyTo(value);
+  return course.result;
+}
+
+class SimulatedDataCollection final : public ixo::DataCollection {
+ public:
+  void Reserved0() override {}
+  void Reserved1() override {}
+  void Reserved2() override {}
+  void Reserved3() override {}
+  void Reserved4() override {}
+
+  HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
+    if (!name || !value) {
+      return E_INVALIDARG;
+    }
+    const Course course = library.Enter(Operation::kDataCollectionGetValue, name);
+    return Deliver(course, library.ThePrinter()->FindItem(name), value);
+  }
+};
+
+class SimulatedOidProvider final : public ixo::OidProvider {
+ public:
+  void Reserved0() override {}
+  void Reserved1() override {}
+  void Reserved2() override {}
+  void Reserved3() override {}
+  void Reserved4() override {}
+
+  HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
+    if (!oid || !value) {
+      return E_INVALIDARG;
+    }
+    const Course course = library.Enter(Operation::kOidProviderGetValue, oid);
+    return Deliver(course, library.ThePrinter()->FindOid(oid), value);
+  }
+};
+
+/// The string buffers that are out. Each is exactly as long as its text, so that a reader who goes too far is
+/// seen.
+class StringBuffers {
+ public:
+  WCHAR* Make(const WString& text) {
+    auto buffer = std::make_unique<WCHAR[]>(text.size() + 1);
+    std::ranges::copy(text, buffer.get());
+    const Locked locked(lock_);
+    WCHAR* const handed_out = buffer.get();
+    buffers_.emplace(handed_out, std::move(buffer));
+    return handed_out;
+  }
+
+  void Dispose(WCHAR* buffer) {
+    const Locked locked(lock_);
+    buffers_.erase(buffer);
+  }
+
+ private:
+  SRWLOCK lock_ = SRWLOCK_INIT;
+  std::map<const WCHAR*, std::unique_ptr<WCHAR[]>> buffers_;
+};
+
+Keep<SimulatedDataCollection> collections;
+Keep<SimulatedOidProvider> oid_providers;
+StringBuffers string_buffers;
+
+}  // namespace
+
+extern "C" {
+
+HRESULT CreateDataCollectionFromFile(ixo::PrinterAddress* address,
+                                     const WCHAR* xml_path,
+                                     ixo::DataCollection** collection,
+                                     LONG /*reserved*/) {
+  if (!address || !xml_path || !collection) {
+    return E_INVALIDARG;
+  }
+  *collection = nullptr;
+  if (!library.ThePrinter()) {
+    return E_FAIL;
+  }
+  const Course course = library.Enter(Operation::kCreateDataCollectionFromFile, xml_path);
+  if (course.StopsWork()) {
+    return course.result;
+  }
+  if (const DWORD code = CheckMapFile(xml_path)) {
+    return ResultFromWin32(code);
+  }
+  *collection = collections.Make();
+  return course.result;
+}
+
+ixo::OidProvider* CreateOIDProvider(ixo::PrinterAddress* address) {
+  if (!address || !library.ThePrinter()) {
+    return nullptr;
+  }
+  return library.Enter(Operation::kCreateOidProvider, {}).give_null ? nullptr : oid_providers.Make();
+}
+
+LONG GetDeviceLocaleStrings(ixo::PrinterAddress* address,
+                            const WCHAR* language,
+                            WCHAR** buffer,
+                            ULONGLONG* length) {
+  if (!buffer || !length) {
+    return E_INVALIDARG;
+  }
+  *buffer = nullptr;
+  *length = 0;
+  if (!address || !language) {
+    return E_INVALIDARG;
+  }
+  const Printer* const printer = library.ThePrinter();
+  if (!printer) {
+    return E_FAIL;
+  }
+  const Course course = library.Enter(Operation::kGetDeviceLocaleStrings, language);
+  if (course.StopsWork()) {
+    return course.result;
+  }
+  const WString* const text = printer->FindLocale(language);
+  if (!text) {
+    return kNoSuchLanguage;
+  }
+  *buffer = string_buffers.Make(*text);
+  *length = text->size();
+  return course.result;
+}
+
+void DisposeStringBuffer(WCHAR* buffer, ULONGLONG /*length*/) {
+  if (library.ThePrinter()) {
+    library.Enter(Operation::kDisposeStringBuffer, {});
+  }
+  string_buffers.Dispose(buffer);
+}
+
+}  // extern "C"
+
+static_assert(
+    std::is_same_v<decltype(CreateDataCollectionFromFile), ixo::CreateDataCollectionFromFileFunction>);
+static_assert(std::is_same_v<decltype(CreateOIDProvider), ixo::CreateOidProviderFunction>);
+static_assert(std::is_same_v<decltype(GetDeviceLocaleStrings), ixo::GetDeviceLocaleStringsFunction>);
+static_assert(std::is_same_v<decltype(DisposeStringBuffer), ixo::DisposeStringBufferFunction>);
+
+}  // namespace custom_bidi::simulated

@@ -1,0 +1,83 @@
+#include "ixo/simulated/library.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "ixo/simulated/default_printer.h"
+#include "ixo/simulated/host_folder.h"
+#include "ixo/simulated/printer_reader.h"
+
+namespace custom_bidi::simulated {
+namespace {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// The whole of a file beside the executable; nullopt when there is none.
+std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path) {
+  const std::unique_ptr<std::FILE, CloseFile> file(OpenBesideHost(name, shown_path));
+  if (!file) {
+    if (errno == ENOENT) {
+      return std::nullopt;
+    }
+    throw std::runtime_error("the file cannot be opened");
+  }
+  std::string content;
+  std::array<char, 16384> block;
+  while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
+    content.append(block.data(), length);
+  }
+  if (std::ferror(file.get())) {
+    throw std::runtime_error("the file cannot be read");
+  }
+  return content;
+}
+
+std::unique_ptr<const Printer> TryReadPrinter() {
+  constexpr char kFileName[] = "printer.json";
+  std::string shown_path = kFileName;
+  try {
+    const std::optional<std::string> content = ReadBesideHost(kFileName, shown_path);
+    return std::make_unique<const Printer>(ReadPrinter(content ? *content : kDefaultPrinter));
+  } catch (const std::exception& error) {
+    std::fputs((shown_path + ": " + error.what() + "\n").c_str(), stderr);
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+const Printer* Library::ThePrinter() {
+  const Locked locked(lock_);
+  if (!read_) {
+    read_ = true;
+    printer_ = TryReadPrinter();
+  }
+  return printer_.get();
+}
+
+Course Library::Enter(Operation operation, WStringView subject) {
+  const uint64_t call = ++calls_[static_cast<size_t>(operation)];
+  const Fault* const fault = ThePrinter()->FindFault(operation, subject, call);
+  if (!fault) {
+    return {};
+  }
+  switch (fault->kind) {
+    case Fault::Kind::kNull:
+      return {.give_null = true};
+    case Fault::Kind::kResult:
+      return {.result = static_cast<HRESULT>(fault->code)};
+    case Fault::Kind::kRaise:
+      throw fault->code;
+    case Fault::Kind::kThrow:
+      throw std::runtime_error("simulated failure");
+  }
+  return {};
+}
+
+}  // namespace custom_bidi::simulated

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <utility>
+
+#include "ixo/simulated/printer.h"
+#include "src/deviceio/ixo_contract.h"
+
+namespace custom_bidi::simulated {
+
+/// Holds a lock for the length of a block. A plain lock of the system: it leaves nothing behind in the
+/// process when the library is unloaded.
+class Locked {
+ public:
+  explicit Locked(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
+  ~Locked() { ReleaseSRWLockExclusive(&lock_); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+
+ private:
+  SRWLOCK& lock_;
+};
+
+/// What a call is to do in place of its work, or together with it.
+struct Course {
+  /// Give nothing: no object, no text, no buffer, the integer 0.
+  bool give_null = false;
+  /// The result. A failure comes alone, any other goes with whatever the call gives.
+  HRESULT result = S_OK;
+
+  bool StopsWork() const { return give_null || FAILED(result); }
+};
+
+/// One load of a device library: the printer that it plays and how often each operation was called. Lives as
+/// long as the library is loaded; any number of threads may call.
+class Library {
+ public:
+  /// The printer, read at the first call: printer.json of the running executable's folder, or the embedded
+  /// default when there is no such file. Null when the file is no good, which the first call says on stderr.
+  const Printer* ThePrinter();
+
+  /// To be called first in every operation, once there is a printer. Counts the call, and raises or throws
+  /// when the printer's file says so.
+  Course Enter(Operation operation, WStringView subject);
+
+ private:
+  SRWLOCK lock_ = SRWLOCK_INIT;
+  bool read_ = false;
+  std::unique_ptr<const Printer> printer_;
+  std::array<std::atomic<uint64_t>, kOperationCount> calls_{};
+};
+
+/// Owns the objects that a library hands out, which nobody gives back, until it is unloaded.
+template <class Object>
+class Keep {
+ public:
+  template <class... Arguments>
+  Object* Make(Arguments&&... arguments) {
+    const Locked locked(lock_);
+    return &objects_.emplace_back(std::forward<Arguments>(arguments)...);
+  }
+
+ private:
+  SRWLOCK lock_ = SRWLOCK_INIT;
+  std::list<Object> objects_;
+};
+
+}  // namespace custom_bidi::simulated

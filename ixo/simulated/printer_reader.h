@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string_view>
+
+#include "ixo/simulated/json_parts.h"
+#include "ixo/simulated/printer.h"
+
+namespace custom_bidi::simulated {
+
+/// Makes a printer of its JSON text. Throws an exception of nlohmann's when that is no JSON, with the line
+/// and column, and a DescriptionError when it says something that means nothing here.
+Printer ReadPrinter(std::string_view json_text);
+
+/// Adds the faults of one operation to those that `printer` has: one fault, or an array of them. With
+/// `subject`, which is an item's or OID's name, they concern that alone and name no other.
+void AddFaults(const Json& json,
+               Operation operation,
+               const WString* subject,
+               const std::string& where,
+               Printer& printer);
+
+/// Adds the faults listed by operation in the file's member "faults".
+void AddFaultsByOperation(const Json& json, const std::string& where, Printer& printer);
+
+}  // namespace custom_bidi::simulated
