@@ -1,0 +1,149 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "pal/home.h"
+#include "pal/registry_file.h"
+#include "tools/bidictl/queue_store.h"
+#include "tools/bidictl/text.h"
+
+namespace custom_bidi_tools {
+
+namespace {
+
+constexpr char16_t kPrintersKey[] =
+    u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Printers";
+constexpr char16_t kPortValue[] = u"Port";
+constexpr char16_t kTraceValue[] = u"DebugTraceEnable";
+
+void MakeFolder(const std::filesystem::path& folder) {
+  std::error_code code;
+  std::filesystem::create_directories(folder, code);
+  if (code)
+    throw QueueError("the folder " + folder.string() + " cannot be made: " + code.message());
+}
+
+pal::RegistryFile LoadRegistry() {
+  pal::RegistryFile registry;
+  const std::string path = pal::RegistryFilePath();
+  if (const DWORD code = pal::RegistryFile::Load(path, &registry))
+    throw QueueError(path + " cannot be read (error " + std::to_string(code) + ")");
+  return registry;
+}
+
+/// The registry while it is changed: nobody else changes it from its being read to the end of this object.
+class RegistryEdit {
+ public:
+  RegistryEdit() : lock_file_(TakeLock()) {
+    try {
+      registry_ = LoadRegistry();
+    } catch (...) {
+      close(lock_file_);
+      throw;
+    }
+  }
+  ~RegistryEdit() { close(lock_file_); }
+  RegistryEdit(const RegistryEdit&) = delete;
+  RegistryEdit& operator=(const RegistryEdit&) = delete;
+
+  pal::RegistryFile* operator->() { return &registry_; }
+  const pal::RegistryFile& operator*() const { return registry_; }
+
+  void Save() {
+    const std::string path = pal::RegistryFilePath();
+    if (const DWORD code = registry_.Save(path))
+      throw QueueError(path + " cannot be written (error " + std::to_string(code) + ")");
+  }
+
+ private:
+  /// The registry file itself is replaced by every change, so the lock is on a file beside it.
+  static int TakeLock() {
+    MakeFolder(pal::HomeFolder());
+    const std::string path = pal::RegistryFilePath() + ".lock";
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0)
+      throw QueueError(path + " cannot be opened: " + std::strerror(errno));
+    while (flock(file, LOCK_EX) != 0) {
+      if (errno == EINTR)
+        continue;
+      const int code = errno;
+      close(file);
+      throw QueueError(path + " cannot be locked: " + std::strerror(code));
+    }
+    return file;
+  }
+
+  int lock_file_;
+  pal::RegistryFile registry_;
+};
+
+std::u16string KeyOf(const std::string& name) {
+  return std::u16string(kPrintersKey) + u'\\' + ToWide(name).value();
+}
+
+void Require(const pal::RegistryFile& registry, const std::string& name) {
+  CheckQueueName(name);
+  if (!registry.HasKey(KeyOf(name)))
+    throw QueueError("there is no queue '" + name + "'; 'bidictl queue list' shows the queues");
+}
+
+void SetValue(RegistryEdit& edit, const std::u16string& key, const char16_t* name, pal::RegistryValue value) {
+  if (!edit->SetValue(key, name, std::move(value)))
+    throw QueueError("the queue cannot be written into " + pal::RegistryFilePath());
+}
+
+}  // namespace
+
+void AddQueue(const std::string& name, const std::string& port) {
+  CheckQueueName(name);
+  CheckPortName(port);
+  RegistryEdit edit;
+  if (edit->HasKey(KeyOf(name)))
+    throw QueueError("there is a queue '" + name + "' already; remove it first");
+  SetValue(edit, KeyOf(name), kPortValue, pal::RegistryValue::FromText(ToWide(port).value()));
+  edit.Save();
+}
+
+std::vector<Queue> ListQueues() {
+  const auto registry = LoadRegistry();
+  std::vector<Queue> queues;
+  for (const auto& name : registry.Subkeys(kPrintersKey)) {
+    const auto* value = registry.FindValue(std::u16string(kPrintersKey) + u'\\' + name, kPortValue);
+    queues.push_back({ToUtf8(name), value ? ToUtf8(value->Text().value_or(u"")) : ""});
+  }
+  std::ranges::sort(queues, {}, &Queue::name);
+  return queues;
+}
+
+void RequireQueue(const std::string& name) {
+  Require(LoadRegistry(), name);
+}
+
+void RemoveQueue(const std::string& name) {
+  RegistryEdit edit;
+  Require(*edit, name);
+  edit->RemoveKey(KeyOf(name));
+  edit.Save();
+}
+
+void SetTrace(const std::string& name, bool on) {
+  RegistryEdit edit;
+  Require(*edit, name);
+  SetValue(edit, KeyOf(name) + u"\\PrinterDriverData", kTraceValue,
+           pal::RegistryValue::FromDword(on ? 1 : 0));
+  edit.Save();
+}
+
+std::filesystem::path TraceFilePath() {
+  return std::filesystem::path(pal::HomeFolder()) / "drive_c/temp/CustomBidi.log";
+}
+
+void MakeTraceFolder() {
+  MakeFolder(TraceFilePath().parent_path());
+}
+
+}  // namespace custom_bidi_tools
