@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Builds everything and asks the simulated printer what a printer driver's extension would ask it.
+#   scripts/demo.sh             on Linux, then the same answer from the Windows DLL under Wine
+#   scripts/demo.sh --linux     on Linux alone: fewer packages, half the time
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+lanes=(native windows)
+case "${1:-}" in
+  "") ;;
+  --linux) lanes=(native) ;;
+  -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;;
+  *) echo "demo.sh: unknown option '$1' (see --help)" >&2; exit 2 ;;
+esac
+
+scripts/setup.sh "${lanes[@]}"
+
+# build LANE: the library, the simulated device family and bidictl, without the tests.
+build() {
+  mkdir -p build
+  echo "Building for $1 (log: build/$1.log)"
+  if ! { cmake --preset "$1" -DCUSTOMBIDI_TESTS=OFF && cmake --build --preset "$1"; } >"build/$1.log" 2>&1; then
+    tail -n 40 "build/$1.log" >&2
+    exit 1
+  fi
+}
+
+# show COMMAND...: the command line, then what it prints.
+show() {
+  printf '\n$ %s\n' "$*"
+  "$@"
+}
+
+for lane in "${lanes[@]}"; do
+  build "$lane"
+done
+
+# A home of the demo's own: the queue and the trace below touch nothing else.
+export CUSTOMBIDI_HOME="$PWD/build/demo-home"
+rm -rf "$CUSTOMBIDI_HOME"
+cd build/native/hosts/simulated
+
+show ./bidictl queue add Office --port 192.0.2.10
+show ./bidictl trace on Office
+show ./bidictl items Office
+show ./bidictl items Office --pretty
+show ./bidictl status 192.0.2.10
+show ./bidictl status 192.0.2.10 --pretty
+show ./bidictl port Office
+printf '\n$ %s\n' "./bidictl trace show Office   (without the lines of the XML wrapper)"
+./bidictl trace show Office | grep -v CCIXML
+
+if [ ${#lanes[@]} -gt 1 ]; then
+  answer=$(./bidictl items Office)
+  cd ../../../..
+  # shellcheck source=scripts/wine_prefix.sh
+  . scripts/wine_prefix.sh
+  cd build/windows/hosts/simulated
+  echo
+  echo "The same questions, asked of Vexmo.Quellix.CustomBidi.dll under Wine:"
+  wine bidictl.exe queue remove Office >/dev/null 2>&1 || true
+  show wine bidictl.exe queue add Office --port 192.0.2.10
+  show wine bidictl.exe status 192.0.2.10
+  show wine bidictl.exe port Office
+  printf '\n$ %s\n' "wine bidictl.exe items Office"
+  if [ "$(wine bidictl.exe items Office | tr -d '\r')" = "$answer" ]; then
+    echo "(the same answer as on Linux, byte for byte)"
+  else
+    echo "demo.sh: the answer of the DLL differs from the one on Linux" >&2
+    exit 1
+  fi
+  wine bidictl.exe queue remove Office
+fi
