@@ -86,8 +86,8 @@ void OnDoctype(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
   xmlStopParser(parser);
 }
 
-// libxml2 runs code of its own at the end of each thread that used it. It must still be there when the module
-// that brought it is gone.
+// libxml2 keeps memory for each thread that used it and frees it when the thread ends. Were it unloaded
+// before, with the module that brought it, that memory would be lost.
 void KeepXmlLibraryLoaded() {
   Dl_info library{};
   if (dladdr(reinterpret_cast<const void*>(&xmlInitParser), &library))

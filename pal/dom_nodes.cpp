@@ -1,7 +1,6 @@
 #include "pal/dom_nodes.h"
 
 #include <libxml/xpath.h>
-#include <libxml/xpathInternals.h>
 
 #include <algorithm>
 #include <memory>
@@ -142,7 +141,6 @@ HRESULT Evaluate(const NodeInTree& at, BSTR query, std::vector<xmlNode*>* nodes)
     return E_FAIL;
   if (xmlXPathNodeSetIsEmpty(result->nodesetval))
     return S_OK;
-  xmlXPathNodeSetSort(result->nodesetval);
   nodes->assign(result->nodesetval->nodeTab, result->nodesetval->nodeTab + result->nodesetval->nodeNr);
   // A namespace declaration belongs to the result, not to the tree.
   const bool has_namespace = std::any_of(

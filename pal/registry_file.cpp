@@ -17,12 +17,19 @@ static_assert(std::endian::native == std::endian::little);
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 
+// A last odd byte is left out.
+std::u16string TextOfBytes(const void* bytes, size_t size) {
+  std::u16string text(size / sizeof(char16_t), 0);
+  if (!text.empty())
+    std::memcpy(text.data(), bytes, text.size() * sizeof(char16_t));
+  return text;
+}
+
 std::u16string Decode(std::string_view bytes) {
   if (bytes.starts_with(kUtf16Mark)) {
     bytes.remove_prefix(kUtf16Mark.size());
-    std::u16string text(bytes.size() / sizeof(char16_t), 0);
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(char16_t));
-    return ToUtf16(ToUtf8(text));  // without halves of surrogate pairs
+    // Without halves of surrogate pairs.
+    return ToUtf16(ToUtf8(TextOfBytes(bytes.data(), bytes.size())));
   }
   if (bytes.starts_with(kUtf8Mark))
     bytes.remove_prefix(kUtf8Mark.size());
@@ -46,8 +53,9 @@ bool IsWritable(std::u16string_view name) {
 }  // namespace
 
 RegistryValue RegistryValue::FromText(std::u16string_view text) {
-  RegistryValue value{REG_SZ, std::vector<BYTE>((text.size() + 1) * sizeof(char16_t))};
-  std::memcpy(value.data.data(), text.data(), text.size() * sizeof(char16_t));
+  const auto* bytes = reinterpret_cast<const BYTE*>(text.data());
+  RegistryValue value{REG_SZ, {bytes, bytes + text.size() * sizeof(char16_t)}};
+  value.data.resize(value.data.size() + sizeof(char16_t));  // the NUL
   return value;
 }
 
@@ -60,8 +68,7 @@ RegistryValue RegistryValue::FromDword(DWORD number) {
 std::optional<std::u16string> RegistryValue::Text() const {
   if (type != REG_SZ)
     return std::nullopt;
-  std::u16string text(data.size() / sizeof(char16_t), 0);
-  std::memcpy(text.data(), data.data(), text.size() * sizeof(char16_t));
+  const std::u16string text = TextOfBytes(data.data(), data.size());
   return text.substr(0, text.find(u'\0'));
 }
 

@@ -75,9 +75,9 @@ void Show() {
   reader.Finish();
 }
 
-/// `seconds` of 0 or less: until interrupted.
-void Follow(double seconds) {
-  const auto end = steady_clock::now() + std::chrono::duration<double>(seconds);
+/// `seconds` of 0: until interrupted.
+void Follow(int seconds) {
+  const auto end = steady_clock::now() + std::chrono::seconds(seconds);
   std::signal(SIGINT, [](int) { interrupted = 1; });
   TraceReader reader(TraceFilePath());
   reader.SkipToEnd();
@@ -140,12 +140,12 @@ void AddTraceCommand(CLI::App& program, int& /*exit_code*/) {
     CheckGivenQueue(*queue);
     Show();
   });
-  const auto seconds = std::make_shared<double>(0);
+  const auto seconds = std::make_shared<int>(0);
   auto* follow =
       AddFileOperation(*group, "follow", "Print what is traced from now on, until interrupted", queue);
   follow->add_option("--seconds", *seconds, "End after this many seconds")
       ->type_name("N")
-      ->check(CLI::Range(0.1, 86400.0, "0.1 to 86400"));
+      ->check(CLI::Range(1, 86400));
   follow->callback([queue, seconds] {
     CheckGivenQueue(*queue);
     Follow(*seconds);

@@ -1,0 +1,3 @@
+// Nothing in it is ever asked for.
+
+extern "C" void FixedCertificateLibrary() {}

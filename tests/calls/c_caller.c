@@ -1,0 +1,93 @@
+/* A host written in C: every export by its declaration, and a first answer from the default simulated
+ * printer. With an argument: one GetBidiResponse for the queue of that name, whose success is the exit code.
+ */
+
+#include <stddef.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "custom_bidi.h"
+
+_Static_assert(sizeof(CustomBidiChar) == 2, "UTF-16");
+_Static_assert(sizeof(CustomBidiBool) == 4 && sizeof(CustomBidiDword) == 4 && sizeof(CustomBidiLong) == 4,
+               "32 bits");
+_Static_assert(sizeof(DeviceCertificate) == 40, "the record's size");
+_Static_assert(offsetof(DeviceCertificate, identifier) == 0, "identifier");
+_Static_assert(offsetof(DeviceCertificate, certificate_length) == 8, "certificate_length");
+_Static_assert(offsetof(DeviceCertificate, certificate) == 16, "certificate");
+_Static_assert(offsetof(DeviceCertificate, warning_count) == 24, "warning_count");
+_Static_assert(offsetof(DeviceCertificate, warnings) == 32, "warnings");
+
+enum { kResponseChars = 1 << 20, kNameChars = 1024 };
+
+static CustomBidiChar response[kResponseChars];
+static int failures = 0;
+
+#define CHECK(condition) Check((condition), #condition)
+
+static void Check(int holds, const char* condition) {
+  if (holds)
+    return;
+  fprintf(stderr, "failed: %s\n", condition);
+  ++failures;
+}
+
+/* For ASCII. */
+static const CustomBidiChar* Widen(const char* text) {
+  static CustomBidiChar wide[kNameChars];
+  size_t i = 0;
+  for (; text[i] != 0 && i < kNameChars - 1; ++i)
+    wide[i] = (CustomBidiChar)text[i];
+  wide[i] = 0;
+  return wide;
+}
+
+static const char* Narrow(const CustomBidiChar* text) {
+  static char narrow[kResponseChars];
+  size_t i = 0;
+  for (; text[i] != 0; ++i)
+    narrow[i] = text[i] < 128 ? (char)text[i] : '?';
+  narrow[i] = 0;
+  return narrow;
+}
+
+static int EndsWith(const char* text, const char* end) {
+  const size_t length = strlen(text);
+  return length >= strlen(end) && strcmp(text + length - strlen(end), end) == 0;
+}
+
+static void CallWithNulls(void) {
+  CustomBidiLong status = 42;
+  DeviceCertificate record;
+  memset(&record, 0, sizeof(record));
+  CHECK(GetBidiResponse(NULL, NULL, NULL, NULL, 0) == 0);
+  CHECK(GetStatusData(NULL, NULL) == 0);
+  CHECK(GetPortStatus(NULL, &status) == 0 && status == 42);
+  CHECK(SavePassword(NULL, 0, NULL, NULL, NULL) == 0);
+  CHECK(DeletePassword(NULL, NULL, NULL) == 0);
+  CHECK(IsPasswordPresent(NULL, NULL, NULL) == 0);
+  CHECK(GetDeviceCertificate(NULL, NULL, 0) == NULL);
+  CHECK(VerifyCertificateValidity(NULL, NULL, 0, NULL) == 0);
+  CHECK(DeleteDeviceCertificate(NULL));
+  CHECK(DeleteDeviceCertificate(&record));
+}
+
+static void AskDefaultPrinter(void) {
+  CustomBidiLong status = 42;
+  CHECK(GetBidiResponse(response, Widen("no such queue"), NULL, NULL, 0) == 1);
+  CHECK(strstr(Narrow(response), "\"SerialNumber\": \"VXQ7C2140387\",") != NULL);
+  CHECK(strstr(Narrow(response), "\"JobJsonDeviceCapsComplete\": \"true\",") != NULL);
+  CHECK(EndsWith(Narrow(response), "\"CID\": \"Vexmo_Quellix_C740\"}"));
+
+  CHECK(GetStatusData(Widen("192.0.2.10"), response) == 1);
+  CHECK(strcmp(Narrow(response), "{\"printerState\":3,\"responseCode\":0,\"statusCode\":0}") == 0);
+  CHECK(GetPortStatus(Widen("no such queue"), &status) == 1 && status == kCustomBidiPortNonPhysical);
+}
+
+int main(int argc, char** argv) {
+  if (argc > 1)
+    return GetBidiResponse(response, Widen(argv[1]), NULL, NULL, 0) == 1 ? 0 : 1;
+  CallWithNulls();
+  AskDefaultPrinter();
+  return failures != 0;
+}
