@@ -12,6 +12,7 @@
 /// an entry point of its own says so: the library owns its objects and frees them when it is unloaded. Any of
 /// these functions may throw: a DWORD as a Win32 code, or anything else.
 
+#include <cstddef>
 #include <type_traits>
 
 #include "src/platform.h"
@@ -62,6 +63,66 @@ class OidProvider {
   ~OidProvider() = default;
 };
 
+/// Keeps credentials in a vault, under a target and a user name that are set on it first.
+class VaultStoreProvider {
+ public:
+  virtual void Reserved0() = 0;
+  virtual void Reserved1() = 0;
+  virtual void Reserved2() = 0;
+  virtual void Reserved3() = 0;
+  virtual void Reserved4() = 0;
+  virtual void Reserved5() = 0;
+  /// Stores the bytes; a Win32 code, 0 when they are stored.
+  virtual DWORD SaveTarget(const BYTE* bytes, DWORD length_bytes) = 0;  // 6
+  /// Hands out the stored bytes, which stay the provider's. Negative is a failure.
+  virtual HRESULT GetCertFromVault(BYTE** bytes, DWORD* length_bytes) = 0;  // 7
+  /// Removes the entry; a Win32 code, 0 when it is removed.
+  virtual DWORD DeleteTarget() = 0;  // 8
+  /// Non-zero when there is an entry.
+  virtual LONG IsTargetPresent() = 0;  // 9
+  /// Negative when the name is refused.
+  virtual HRESULT SetTargetName(const WCHAR* target) = 0;  // 10
+  virtual HRESULT SetUserName(const WCHAR* user) = 0;      // 11
+
+ protected:
+  ~VaultStoreProvider() = default;
+};
+
+/// The key types that a certificate is asked for with. Read by the library, so the layout is fixed.
+struct KeyTypeList {
+  const WCHAR* const* names;  // room for two, of which `count` are set
+  DWORD count;
+  DWORD padding;
+};
+
+/// Reads a device's certificate, and what there is to say about it.
+class CertificateProvider {
+ public:
+  virtual void Reserved0() = 0;
+  /// `capacity_chars` is always 256; `length_chars` receives the length. Negative is a failure.
+  virtual HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) = 0;  // 1
+  /// `capacity` is always 10; `count` receives how many codes there are. Negative is a failure.
+  virtual HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) = 0;  // 2
+  /// Copies the DER-encoded certificate; with a null buffer only its length. `eight` points to 8, `ten` is
+  /// 10, and `unread` to a 0: what they mean is the library's. Only 0 is a success.
+  virtual DWORD GetDeviceCertificate(const KeyTypeList* key_types,
+                                     BYTE* bytes,
+                                     DWORD* length_bytes,
+                                     const WORD* eight,
+                                     DWORD ten,
+                                     DWORD* unread) = 0;  // 3
+  virtual void Reserved4() = 0;
+  virtual void Reserved5() = 0;
+  /// `valid` receives non-zero when the certificate's dates hold. Negative is a failure.
+  virtual HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) = 0;  // 6
+  virtual void Reserved7() = 0;
+  /// The code of the provider's last failure.
+  virtual DWORD GetLastErrorCode() = 0;  // 8
+
+ protected:
+  ~CertificateProvider() = default;
+};
+
 // The I/O library.
 
 /// Makes the address of a print queue, port, IP address or host, as the entry point's name says; null on
@@ -98,6 +159,24 @@ inline constexpr char kGetDeviceLocaleStrings[] = "GetDeviceLocaleStrings";
 using DisposeStringBufferFunction = void(WCHAR* buffer, ULONGLONG length);
 inline constexpr char kDisposeStringBuffer[] = "DisposeStringBuffer";
 
+// The certificate library.
+
+/// Makes a vault store provider; null on failure.
+using CreateVaultStoreProviderFunction = VaultStoreProvider*();
+inline constexpr char kCreateVaultStoreProvider[] = "CreateVaultStoreProvider";
+
+/// Takes a vault store provider back.
+using DisposeVaultStoreProviderFunction = void(VaultStoreProvider* provider);
+inline constexpr char kDisposeVaultStoreProvider[] = "DisposeVaultStoreProvider";
+
+/// Makes a certificate provider for a device (mode 0), or for none (a null address); null on failure.
+using CreateCertificateProviderFunction = CertificateProvider*(PrinterAddress* address, DWORD mode);
+inline constexpr char kCreateCertificateProvider[] = "CreateCertificateProvider";
+
+/// Takes a certificate provider back.
+using DisposeCertificateProviderFunction = void(CertificateProvider* provider);
+inline constexpr char kDisposeCertificateProvider[] = "DisposeCertificateProviderPtr";
+
 template <class Interface>
 inline constexpr bool kIsPlainTable =
     std::is_abstract_v<Interface> && !std::has_virtual_destructor_v<Interface>;
@@ -105,5 +184,8 @@ inline constexpr bool kIsPlainTable =
 static_assert(kIsPlainTable<PrinterAddress> && sizeof(PrinterAddress) == sizeof(void*));
 static_assert(kIsPlainTable<DataCollection> && sizeof(DataCollection) == sizeof(void*));
 static_assert(kIsPlainTable<OidProvider> && sizeof(OidProvider) == sizeof(void*));
+static_assert(kIsPlainTable<VaultStoreProvider> && sizeof(VaultStoreProvider) == sizeof(void*));
+static_assert(kIsPlainTable<CertificateProvider> && sizeof(CertificateProvider) == sizeof(void*));
+static_assert(sizeof(KeyTypeList) == 16 && offsetof(KeyTypeList, count) == 8);
 
 }  // namespace custom_bidi::ixo

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "include/custom_bidi.h"
 #include "src/deviceio/ixo_contract.h"
 #include "src/deviceio/module.h"
 
@@ -9,6 +10,9 @@ namespace custom_bidi {
 
 /// What a name given to IxoWrapper::GetAddress is.
 enum class AddressKind : DWORD { QueueName = 0, PortName = 1, IpAddress = 2, HostName = 3 };
+
+/// What a password call asks of the vault.
+enum class PasswordMode : DWORD { Save = 1, Present = 2, Delete = 3 };
 
 /// Longest path that a library is loaded from: 1023 characters, as in the system's own 1024-character
 /// buffers.
@@ -63,9 +67,30 @@ class IxoWrapper {
   /// Binds the maker of OID providers; 13 when the data-map library has none.
   DWORD BindOidProviderMaker() noexcept;
 
+  // security/
+
+  /// Saves, tests or deletes an entry of the credential vault. 29 for an empty password; 31 when there is no
+  /// vault provider, or it refuses a name; 1168 when there is no entry to test or delete; else the provider's
+  /// code.
+  DWORD ProcessPasswordInCredManager(const BYTE* password,
+                                     DWORD length_bytes,
+                                     const WCHAR* user,
+                                     const WCHAR* target,
+                                     PasswordMode mode) noexcept;
+
+  /// Reads the device's certificate into a new record; null when that fails. What the library raises passes
+  /// through.
+  DeviceCertificate* FetchDeviceCertificate(const WCHAR* user,
+                                            const WCHAR* port,
+                                            AddressKind kind,
+                                            DWORD mode);
+
+  /// Checks a record and writes the verdict into it; 1, with the record as it was, when the check cannot be
+  /// run to its end. What the library raises passes through.
+  DWORD VerifyDeviceCertificate(const WCHAR* user, DWORD mode, DeviceCertificate* record);
+
   void set_data_map_path(const WCHAR* path) { data_map_path_ = path; }
   void set_printer_address(ixo::PrinterAddress* address) { printer_address_ = address; }
-  HMODULE cert_module() const { return cert_module_.Get(); }
 
  private:
   HRESULT ReadPrinterStatus(DWORD& value) noexcept;

@@ -10,9 +10,6 @@
 
 namespace custom_bidi {
 
-/// What a password call asks of the vault.
-enum class PasswordMode : DWORD { Save = 1, Present = 2, Delete = 3 };
-
 /// The request context: the one object of an export call, built at its entry and torn down before it returns.
 ///
 /// An operation checks its arguments, starts the trace for its queue, initialises the context and does its

@@ -1,6 +1,8 @@
 #include "src/security/device_certificate.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <new>
 
 #include "src/trace/trace_log.h"
 
@@ -14,14 +16,72 @@ static_assert(offsetof(DeviceCertificate, certificate) == 16);
 static_assert(offsetof(DeviceCertificate, warning_count) == 24);
 static_assert(offsetof(DeviceCertificate, warnings) == 32);
 
+namespace {
+
+DeviceCertificatePtr NewRecord() {
+  void* const storage = CoTaskMemAlloc(sizeof(DeviceCertificate));
+  if (storage == nullptr)
+    throw std::bad_alloc();
+  DeviceCertificatePtr record(new (storage) DeviceCertificate{});
+  TraceLog(W("[DeviceCertificate]:Contructed"));
+  return record;
+}
+
+void SetCertificate(DeviceCertificate& record, std::span<const BYTE> certificate) {
+  if (certificate.empty()) {
+    TraceLog(W("[DeviceCertificate]:Certificate Error"));
+    return;
+  }
+  record.certificate = new BYTE[certificate.size() + 1]();
+  std::ranges::copy(certificate, record.certificate);
+  record.certificate_length = static_cast<DWORD>(certificate.size());
+}
+
+void SetWarnings(DeviceCertificate& record, const WarningList& warnings) {
+  record.warnings = new DWORD[WarningList::kCapacity]();
+  record.warning_count = warnings.count();
+  std::ranges::copy(warnings.codes(), record.warnings);
+  if (warnings.count() == 0)
+    TraceLog(W("[DeviceCertificate]:No certificate security warnings to report"));
+}
+
+void SetIdentifier(DeviceCertificate& record, WStringView identifier) {
+  auto* const copy = static_cast<WCHAR*>(CoTaskMemAlloc((identifier.size() + 1) * sizeof(WCHAR)));
+  if (copy == nullptr)
+    return;
+  *std::ranges::copy(identifier, copy).out = 0;
+  record.identifier = copy;
+}
+
+void ReleaseContents(DeviceCertificate& record) noexcept {
+  delete[] record.certificate;
+  delete[] record.warnings;
+  CoTaskMemFree(record.identifier);
+  record = {};
+}
+
+}  // namespace
+
+void DeviceCertificateDeleter::operator()(DeviceCertificate* record) const noexcept {
+  ReleaseContents(*record);
+  CoTaskMemFree(record);
+}
+
+DeviceCertificatePtr MakeDeviceCertificate(std::span<const BYTE> certificate,
+                                           const WarningList& warnings,
+                                           WStringView identifier) {
+  DeviceCertificatePtr record = NewRecord();
+  TraceLog(W("[DeviceCertificate]:Initialization Called"));
+  SetCertificate(*record, certificate);
+  SetWarnings(*record, warnings);
+  SetIdentifier(*record, identifier);
+  return record;
+}
+
 void ReleaseDeviceCertificate(DeviceCertificate* record) noexcept {
   TraceLog(W("[DeviceCertificate]:Destroyed"));
-  if (record == nullptr)
-    return;
-  delete[] record->certificate;
-  delete[] record->warnings;
-  CoTaskMemFree(record->identifier);
-  *record = {};
+  if (record != nullptr)
+    ReleaseContents(*record);
 }
 
 }  // namespace custom_bidi
