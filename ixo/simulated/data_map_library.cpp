@@ -11,10 +11,6 @@
 namespace custom_bidi::simulated {
 namespace {
 
-constexpr HRESULT ResultFromWin32(DWORD code) {
-  return static_cast<HRESULT>(0x80070000u | code);
-}
-
 /// What the device answers when it does not know an item or object.
 constexpr HRESULT kElementNotFound = ResultFromWin32(1168);
 

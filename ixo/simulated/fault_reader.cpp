@@ -54,8 +54,14 @@ Fault FaultFrom(const Json& json, const std::string& where) {
     fault.kind = PlainKind(json, where);
     return fault;
   }
-  RequireMembers(json, {"null", "hresult", "raise", "throw", "only", "call"}, where);
+  RequireMembers(json, {"null", "hresult", "raise", "throw", "deliver", "only", "call"}, where);
   ReadKind(json, where, fault);
+  if (json.contains("deliver")) {
+    if (fault.kind != Fault::Kind::kResult || json["deliver"] != true) {
+      Fail(Member(where, "deliver"), "true is expected, and a \"hresult\" beside it");
+    }
+    fault.deliver = true;
+  }
   if (json.contains("only")) {
     fault.only = TextFrom(json["only"], Member(where, "only"));
   }

@@ -28,7 +28,7 @@ std::string Utf8(const WString& text) {
 
 }  // namespace
 
-std::FILE* OpenBesideHost(const char* name, std::string& shown_path) {
+std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_path) {
   WString path = ExecutablePath();
   path.erase(path.find_last_of(W("\\/")) + 1);
   for (const char* at = name; *at; ++at) {
@@ -36,7 +36,7 @@ std::FILE* OpenBesideHost(const char* name, std::string& shown_path) {
   }
   shown_path = Utf8(path);
   // N: not inherited by processes that the host starts.
-  return _wfopen(path.c_str(), W("rbN"));
+  return _wfopen(path.c_str(), opening == Opening::kRead ? W("rbN") : W("abN"));
 }
 
 }  // namespace custom_bidi::simulated

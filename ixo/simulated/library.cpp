@@ -1,6 +1,5 @@
 #include "ixo/simulated/library.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <optional>
@@ -8,35 +7,11 @@
 #include <string>
 
 #include "ixo/simulated/default_printer.h"
-#include "ixo/simulated/host_folder.h"
+#include "ixo/simulated/host_files.h"
 #include "ixo/simulated/printer_reader.h"
 
 namespace custom_bidi::simulated {
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-/// The whole of a file beside the executable; nullopt when there is none.
-std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path) {
-  const std::unique_ptr<std::FILE, CloseFile> file(OpenBesideHost(name, shown_path));
-  if (!file) {
-    if (errno == ENOENT) {
-      return std::nullopt;
-    }
-    throw std::runtime_error("the file cannot be opened");
-  }
-  std::string content;
-  std::array<char, 16384> block;
-  while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
-    content.append(block.data(), length);
-  }
-  if (std::ferror(file.get())) {
-    throw std::runtime_error("the file cannot be read");
-  }
-  return content;
-}
 
 std::unique_ptr<const Printer> TryReadPrinter() {
   constexpr char kFileName[] = "printer.json";
@@ -71,7 +46,7 @@ Course Library::Enter(Operation operation, WStringView subject) {
     case Fault::Kind::kNull:
       return {.give_null = true};
     case Fault::Kind::kResult:
-      return {.result = static_cast<HRESULT>(fault->code)};
+      return {.result = static_cast<HRESULT>(fault->code), .deliver = fault->deliver};
     case Fault::Kind::kRaise:
       throw fault->code;
     case Fault::Kind::kThrow:

@@ -25,14 +25,23 @@ class Locked {
   SRWLOCK& lock_;
 };
 
+constexpr HRESULT ResultFromWin32(DWORD code) {
+  return static_cast<HRESULT>(0x80070000u | code);
+}
+
 /// What a call is to do in place of its work, or together with it.
 struct Course {
   /// Give nothing: no object, no text, no buffer, the integer 0.
   bool give_null = false;
   /// The result. A failure comes alone, any other goes with whatever the call gives.
   HRESULT result = S_OK;
+  /// Whatever the call gives comes with a failure, too.
+  bool deliver = false;
 
-  bool StopsWork() const { return give_null || FAILED(result); }
+  /// For an operation that answers with an HRESULT, or with nothing that could be a failure.
+  bool StopsWork() const { return give_null || (FAILED(result) && !deliver); }
+  /// For one that answers with a Win32 code.
+  bool StopsCodedWork() const { return give_null || (result != S_OK && !deliver); }
 };
 
 /// One load of a device library: the printer that it plays and how often each operation was called. Lives as

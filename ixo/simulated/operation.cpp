@@ -18,6 +18,21 @@ const OperationTraits kOperations[kOperationCount] = {
     {"OidProvider.GetValue", true, true, true},
     {ixo::kGetDeviceLocaleStrings, true, true, true},
     {ixo::kDisposeStringBuffer, false, false, false},
+    {ixo::kCreateVaultStoreProvider, true, false, false},
+    {ixo::kDisposeVaultStoreProvider, false, false, false},
+    {"VaultStoreProvider.SaveTarget", true, true, true},
+    {"VaultStoreProvider.GetCertFromVault", true, true, true},
+    {"VaultStoreProvider.DeleteTarget", true, true, true},
+    {"VaultStoreProvider.IsTargetPresent", true, true, true},
+    {"VaultStoreProvider.SetTargetName", false, true, true},
+    {"VaultStoreProvider.SetUserName", false, true, true},
+    {ixo::kCreateCertificateProvider, true, false, false},
+    {ixo::kDisposeCertificateProvider, false, false, false},
+    {"CertificateProvider.GetDeviceUUID", true, true, false},
+    {"CertificateProvider.GetCertificateAllSecurityWarnings", true, true, false},
+    {"CertificateProvider.GetDeviceCertificate", true, true, false},
+    {"CertificateProvider.CheckCertificateDate", true, true, false},
+    {"CertificateProvider.GetLastErrorCode", true, true, false},
 };
 
 }  // namespace custom_bidi::simulated

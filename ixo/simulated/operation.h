@@ -19,9 +19,24 @@ enum class Operation : size_t {
   kOidProviderGetValue,
   kGetDeviceLocaleStrings,
   kDisposeStringBuffer,
+  kCreateVaultStoreProvider,
+  kDisposeVaultStoreProvider,
+  kVaultSaveTarget,
+  kVaultGetCertFromVault,
+  kVaultDeleteTarget,
+  kVaultIsTargetPresent,
+  kVaultSetTargetName,
+  kVaultSetUserName,
+  kCreateCertificateProvider,
+  kDisposeCertificateProvider,
+  kCertificateGetDeviceUuid,
+  kCertificateGetAllSecurityWarnings,
+  kCertificateGetDeviceCertificate,
+  kCertificateCheckDate,
+  kCertificateGetLastErrorCode,
 };
 
-inline constexpr size_t kOperationCount = 12;
+inline constexpr size_t kOperationCount = 27;
 
 struct OperationTraits {
   /// As the printer's file names it.
@@ -30,7 +45,7 @@ struct OperationTraits {
   bool has_null;
   /// It answers with an integer, which can be prescribed.
   bool has_result;
-  /// It is asked about something by name: a queue, an item, an OID, a language, a path.
+  /// It is asked about something by name: a queue, an item, an OID, a language, a path, a vault's target.
   bool has_subject;
 };
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "ixo/simulated/operation.h"
@@ -26,6 +27,20 @@ using AddressBook = std::map<WString, std::optional<Address>, std::less<>>;
 enum class AddressKind : size_t { kQueue, kPort, kIp, kHost };
 inline constexpr size_t kAddressKindCount = 4;
 
+/// What the printer says of its certificate, which need not be one.
+struct Certificate {
+  /// The certificate itself; none is not the same as one of no bytes.
+  std::optional<std::vector<BYTE>> der;
+  std::optional<WString> uuid;
+  /// The length that is told of the UUID, whatever it is.
+  std::optional<DWORD> uuid_length;
+  std::vector<DWORD> warnings;
+  /// The number that is told of the warnings, whatever it is.
+  std::optional<DWORD> warning_count;
+  /// What the last failure is said to have been, whatever it was.
+  std::optional<DWORD> last_error;
+};
+
 /// How calls of one operation fail, and which.
 struct Fault {
   enum class Kind { kNull, kResult, kRaise, kThrow };
@@ -33,6 +48,8 @@ struct Fault {
   Kind kind = Kind::kNull;
   /// The result (as the bits of an HRESULT) or the raised code.
   DWORD code = 0;
+  /// What the call gives comes with the result, even if that is a failure.
+  bool deliver = false;
   /// The only subject concerned; every one when absent.
   std::optional<WString> only;
   /// The only call concerned, from 1, counted over all calls of the operation; every one when absent.
@@ -46,6 +63,10 @@ struct Printer {
   std::map<WString, Value, std::less<>> items;
   std::map<WString, Value, std::less<>> oids;
   std::map<WString, WString, std::less<>> locale;
+  /// A printer without one cannot be asked for anything about it.
+  std::optional<Certificate> certificate;
+  /// The file of the running executable's folder that the certificate library notes its calls in.
+  std::optional<std::string> log;
   /// By operation; the first that applies counts.
   std::array<std::vector<Fault>, kOperationCount> faults;
 

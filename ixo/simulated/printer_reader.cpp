@@ -147,7 +147,7 @@ void AddLocale(const Json& json, const std::string& where, Printer& printer) {
 
 Printer ReadPrinter(std::string_view json_text) {
   const Json json = Json::parse(json_text);
-  RequireMembers(json, {"addresses", "items", "oids", "locale", "faults"}, "printer");
+  RequireMembers(json, {"addresses", "items", "oids", "locale", "certificate", "faults", "log"}, "printer");
   const Json none = Json::object();
   Printer printer;
   // A fault listed by operation goes before one that stands with an item.
@@ -156,6 +156,12 @@ Printer ReadPrinter(std::string_view json_text) {
   AddValues(json.value("items", none), Operation::kDataCollectionGetValue, "items", printer.items, printer);
   AddValues(json.value("oids", none), Operation::kOidProviderGetValue, "oids", printer.oids, printer);
   AddLocale(json.value("locale", none), "locale", printer);
+  if (json.contains("certificate")) {
+    AddCertificate(json["certificate"], "certificate", printer);
+  }
+  if (json.contains("log")) {
+    printer.log = FileNameFrom(json["log"], "log");
+  }
   return printer;
 }
 

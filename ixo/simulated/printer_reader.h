@@ -19,6 +19,12 @@ void AddFaults(const Json& json,
                const std::string& where,
                Printer& printer);
 
+/// Adds what the file's member "certificate" says, and reads the file that it names.
+void AddCertificate(const Json& json, const std::string& where, Printer& printer);
+
+/// The name of a file beside the executable: plain ASCII, and no path.
+std::string FileNameFrom(const Json& json, const std::string& where);
+
 /// Adds the faults listed by operation in the file's member "faults".
 void AddFaultsByOperation(const Json& json, const std::string& where, Printer& printer);
 

@@ -65,6 +65,13 @@ struct Device {
   ixo::DataCollection* Collection() const;
 };
 
+/// Calls an operation of an object by its place in the object's table, as callers do.
+template <class Result, class... Arguments>
+Result CallPosition(void* object, size_t position, Arguments... arguments) {
+  void* const* const table = *static_cast<void* const**>(object);
+  return reinterpret_cast<Result (*)(void*, Arguments...)>(table[position])(object, arguments...);
+}
+
 /// Gives the libraries a printer of the test's own. It starts and ends without one, so with the default.
 class SimulatedPrinter : public testing::Test {
  protected:

@@ -205,12 +205,6 @@ TEST_F(SimulatedPrinter, NeedsItsDataMap) {
   EXPECT_LT(device.create_collection(nullptr, TestPath("vexmoixodatamap.xml").c_str(), &collection, 0), 0);
 }
 
-template <class Result, class... Arguments>
-Result CallPosition(void* object, size_t position, Arguments... arguments) {
-  void* const* const table = *static_cast<void* const**>(object);
-  return reinterpret_cast<Result (*)(void*, Arguments...)>(table[position])(object, arguments...);
-}
-
 // Callers know the objects by nothing but the positions of their operations.
 TEST_F(SimulatedPrinter, HasItsOperationsAtTheirPositions) {
   WritePrinter(R"({"addresses": {"ip": {"*": {"text": "here"}}}, "items": {"It": 41}, "oids": {"1.3": 42}})");
@@ -282,30 +276,35 @@ TEST_F(SimulatedPrinter, ExportsExactlyItsEntryPoints) {
                                      ixo::kCreateAddressFromIpAddress, ixo::kCreateAddressFromHostName};
   const std::set<std::string> kDataMap = {ixo::kCreateDataCollectionFromFile, ixo::kCreateOidProvider,
                                           ixo::kGetDeviceLocaleStrings, ixo::kDisposeStringBuffer};
-  std::set<std::string> without_dispose = kDataMap;
-  without_dispose.erase(ixo::kDisposeStringBuffer);
+  const std::set<std::string> kCertificate = {ixo::kCreateVaultStoreProvider, ixo::kDisposeVaultStoreProvider,
+                                              ixo::kCreateCertificateProvider,
+                                              ixo::kDisposeCertificateProvider};
+  std::set<std::string> map_without_dispose = kDataMap;
+  map_without_dispose.erase(ixo::kDisposeStringBuffer);
   const struct {
     const char* file;
     std::set<std::string> exported;
-  } kCases[] = {{"vexmoixo.dll", kIo},
-                {"vexmobixo32.dll", kIo},
-                {"vexmobixo64.dll", kIo},
-                {"vexmoixodm.dll", kDataMap},
-                {"vexmobixodm32.dll", kDataMap},
-                {"vexmobixodm64.dll", kDataMap},
-                {"vexmobixocert.dll", {}},
-                {"vexmobixocert32.dll", {}},
-                {"vexmobixocert64.dll", {}},
-                {"vexmoixo-bare.dll", {}},
-                {"vexmoixodm-bare.dll", {}},
-                {"vexmobixocert-bare.dll", {}},
-                {"vexmoixodm-nodispose.dll", without_dispose}};
+  } kCases[] = {
+      {"vexmoixo.dll", kIo},
+      {"vexmobixo32.dll", kIo},
+      {"vexmobixo64.dll", kIo},
+      {"vexmoixodm.dll", kDataMap},
+      {"vexmobixodm32.dll", kDataMap},
+      {"vexmobixodm64.dll", kDataMap},
+      {"vexmobixocert.dll", kCertificate},
+      {"vexmobixocert32.dll", kCertificate},
+      {"vexmobixocert64.dll", kCertificate},
+      {"vexmoixo-bare.dll", {}},
+      {"vexmoixodm-bare.dll", {}},
+      {"vexmobixocert-bare.dll", {}},
+      {"vexmoixodm-nodispose.dll", map_without_dispose},
+      {"vexmobixocert-nodispose.dll", {ixo::kCreateVaultStoreProvider, ixo::kCreateCertificateProvider}}};
   for (const auto& test : kCases) {
     const DeviceLibrary library(test.file);
     if (!library.IsLoaded()) {
       continue;
     }
-    for (const std::set<std::string>& names : {kIo, kDataMap}) {
+    for (const std::set<std::string>& names : {kIo, kDataMap, kCertificate}) {
       for (const std::string& name : names) {
         EXPECT_EQ(library.Find<void()>(name.c_str()) != nullptr, test.exported.contains(name))
             << test.file << " " << name;

@@ -1,0 +1,151 @@
+#include "ixo/simulated/certificate_provider.h"
+
+#include <algorithm>
+
+#include "ixo/simulated/certificate_calls.h"
+#include "ixo/simulated/certificate_date.h"
+
+namespace custom_bidi::simulated {
+namespace {
+
+bool AsksForRsaKey(const ixo::KeyTypeList* key_types) {
+  return key_types && key_types->count == 1 && key_types->names && key_types->names[0] &&
+         WStringView(key_types->names[0]) == W("RSA");
+}
+
+/// The code within an HRESULT that was made of one; any other as it stands.
+DWORD CodeOf(HRESULT result) {
+  const auto bits = static_cast<DWORD>(result);
+  return (bits & 0xFFFF0000) == 0x80070000 ? bits & 0xFFFF : bits;
+}
+
+}  // namespace
+
+HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
+  if (!uuid || capacity_chars == 0 || !length_chars) {
+    return E_INVALIDARG;
+  }
+  *uuid = 0;
+  *length_chars = 0;
+  const Course course = EnterNoted(Operation::kCertificateGetDeviceUuid, name_);
+  if (course.StopsWork()) {
+    return Remember(course.result);
+  }
+  const HRESULT result = ReadUuid(uuid, capacity_chars, length_chars);
+  return Remember(FAILED(result) ? result : course.result);
+}
+
+HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const {
+  if (!certificate_ || !certificate_->uuid) {
+    return ResultFromWin32(ERROR_NOT_FOUND);
+  }
+  const WString& text = *certificate_->uuid;
+  if (text.size() >= capacity_chars && !certificate_->uuid_length) {
+    return ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
+  }
+  const size_t length = std::min<size_t>(text.size(), capacity_chars - 1);
+  std::copy_n(text.begin(), length, uuid);
+  uuid[length] = 0;
+  *length_chars = certificate_->uuid_length.value_or(static_cast<DWORD>(length));
+  return S_OK;
+}
+
+HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
+                                                                        DWORD capacity,
+                                                                        DWORD* count) {
+  if (!codes || !count) {
+    return E_INVALIDARG;
+  }
+  *count = 0;
+  const Course course = EnterNoted(Operation::kCertificateGetAllSecurityWarnings, name_);
+  if (course.StopsWork()) {
+    return Remember(course.result);
+  }
+  const HRESULT result = ReadWarnings(codes, capacity, count);
+  return Remember(FAILED(result) ? result : course.result);
+}
+
+HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const {
+  if (!certificate_) {
+    return ResultFromWin32(ERROR_NOT_FOUND);
+  }
+  const std::vector<DWORD>& warnings = certificate_->warnings;
+  std::copy_n(warnings.begin(), std::min<size_t>(warnings.size(), capacity), codes);
+  *count = certificate_->warning_count.value_or(static_cast<DWORD>(warnings.size()));
+  return S_OK;
+}
+
+DWORD SimulatedCertificateProvider::GetDeviceCertificate(const ixo::KeyTypeList* key_types,
+                                                         BYTE* bytes,
+                                                         DWORD* length_bytes,
+                                                         const WORD* eight,
+                                                         DWORD ten,
+                                                         DWORD* unread) {
+  if (!AsksForRsaKey(key_types) || !length_bytes || !eight || *eight != 8 || ten != 10 || !unread) {
+    return ERROR_INVALID_PARAMETER;
+  }
+  const Course course = EnterNoted(Operation::kCertificateGetDeviceCertificate, name_);
+  if (course.StopsCodedWork()) {
+    *length_bytes = 0;
+    return static_cast<DWORD>(Remember(course.result));
+  }
+  const DWORD code = ReadCertificate(bytes, length_bytes);
+  if (code != ERROR_SUCCESS) {
+    last_error_ = code;
+    return code;
+  }
+  return static_cast<DWORD>(Remember(course.result));
+}
+
+DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_bytes) const {
+  if (!certificate_ || !certificate_->der) {
+    *length_bytes = 0;
+    return ERROR_NOT_FOUND;
+  }
+  const std::vector<BYTE>& der = *certificate_->der;
+  const DWORD capacity_bytes = *length_bytes;
+  *length_bytes = static_cast<DWORD>(der.size());
+  if (!bytes) {
+    return ERROR_SUCCESS;
+  }
+  if (capacity_bytes < der.size()) {
+    return ERROR_INSUFFICIENT_BUFFER;
+  }
+  std::ranges::copy(der, bytes);
+  return ERROR_SUCCESS;
+}
+
+HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
+                                                           DWORD length_bytes,
+                                                           LONG* valid) {
+  if (!bytes || !valid) {
+    return E_INVALIDARG;
+  }
+  *valid = 0;
+  const Course course = EnterNoted(Operation::kCertificateCheckDate, name_);
+  if (course.StopsWork()) {
+    return Remember(course.result);
+  }
+  bool holds = false;
+  const HRESULT result = CheckDates({bytes, length_bytes}, holds);
+  *valid = holds ? 1 : 0;
+  return Remember(FAILED(result) ? result : course.result);
+}
+
+DWORD SimulatedCertificateProvider::GetLastErrorCode() {
+  const Course course = EnterNoted(Operation::kCertificateGetLastErrorCode, name_);
+  if (course.give_null || course.result != S_OK) {
+    return static_cast<DWORD>(course.result);
+  }
+  return certificate_ ? certificate_->last_error.value_or(last_error_) : last_error_;
+}
+
+/// Keeps the code of a failure, and gives the result back.
+HRESULT SimulatedCertificateProvider::Remember(HRESULT result) {
+  if (result != S_OK) {
+    last_error_ = CodeOf(result);
+  }
+  return result;
+}
+
+}  // namespace custom_bidi::simulated

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "ixo/simulated/printer.h"
+#include "src/deviceio/ixo_contract.h"
+
+namespace custom_bidi::simulated {
+
+/// Tells what the printer's file says of its certificate.
+class SimulatedCertificateProvider final : public ixo::CertificateProvider {
+ public:
+  /// `name` is for the log; without a `certificate`, which may be null, every read fails.
+  SimulatedCertificateProvider(std::string name, const Certificate* certificate)
+      : name_(std::move(name)), certificate_(certificate) {}
+
+  const std::string& Name() const { return name_; }
+
+  void Reserved0() override {}
+  HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
+  HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
+  /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
+  /// is needed, when that is too little.
+  DWORD GetDeviceCertificate(const ixo::KeyTypeList* key_types,
+                             BYTE* bytes,
+                             DWORD* length_bytes,
+                             const WORD* eight,
+                             DWORD ten,
+                             DWORD* unread) override;
+  void Reserved4() override {}
+  void Reserved5() override {}
+  HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
+  void Reserved7() override {}
+  DWORD GetLastErrorCode() override;
+
+ private:
+  HRESULT ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const;
+  HRESULT ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const;
+  DWORD ReadCertificate(BYTE* bytes, DWORD* length_bytes) const;
+  HRESULT Remember(HRESULT result);
+
+  const std::string name_;
+  const Certificate* const certificate_;
+  DWORD last_error_ = ERROR_SUCCESS;
+};
+
+}  // namespace custom_bidi::simulated

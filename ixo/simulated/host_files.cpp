@@ -1,0 +1,49 @@
+#include "ixo/simulated/host_files.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+#include "ixo/simulated/host_folder.h"
+
+namespace custom_bidi::simulated {
+namespace {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+}  // namespace
+
+std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path) {
+  const File file(OpenBesideHost(name, Opening::kRead, shown_path));
+  if (!file) {
+    if (errno == ENOENT) {
+      return std::nullopt;
+    }
+    throw std::runtime_error("the file cannot be opened");
+  }
+  std::string content;
+  std::array<char, 16384> block;
+  while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
+    content.append(block.data(), length);
+  }
+  if (std::ferror(file.get())) {
+    throw std::runtime_error("the file cannot be read");
+  }
+  return content;
+}
+
+void AppendBesideHost(const char* name, std::string_view text) {
+  std::string shown_path = name;
+  const File file(OpenBesideHost(name, Opening::kAppend, shown_path));
+  if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
+      std::fflush(file.get()) != 0) {
+    throw std::runtime_error(shown_path + ": the file cannot be written");
+  }
+}
+
+}  // namespace custom_bidi::simulated

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace custom_bidi::simulated {
+
+/// The whole of a file of the running executable's folder; nullopt when there is none. Throws a
+/// std::runtime_error when it cannot be read. `shown_path` receives the whole path as UTF-8.
+std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path);
+
+/// Puts a text at the end of a file of that folder, which is made when there is none. Throws a
+/// std::runtime_error when that cannot be done.
+void AppendBesideHost(const char* name, std::string_view text);
+
+}  // namespace custom_bidi::simulated

@@ -1,0 +1,96 @@
+#include "ixo/simulated/vault_store_provider.h"
+
+#include "ixo/simulated/certificate_calls.h"
+#include "ixo/vault/vault.h"
+
+namespace custom_bidi::simulated {
+namespace {
+
+HRESULT Take(const WCHAR* given, size_t max_chars, WString& name) {
+  const WStringView text = given ? given : WStringView();
+  if (text.empty() || text.size() > max_chars) {
+    return E_INVALIDARG;
+  }
+  name = text;
+  return S_OK;
+}
+
+}  // namespace
+
+DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_bytes) {
+  const Course course = EnterNoted(Operation::kVaultSaveTarget, name_, target_);
+  if (course.StopsCodedWork()) {
+    return static_cast<DWORD>(course.result);
+  }
+  if (!bytes) {
+    return ERROR_INVALID_PARAMETER;
+  }
+  const DWORD code = vault::Save(target_, user_, {bytes, length_bytes});
+  return code == ERROR_SUCCESS ? static_cast<DWORD>(course.result) : code;
+}
+
+HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
+  if (!bytes || !length_bytes) {
+    return E_INVALIDARG;
+  }
+  *bytes = nullptr;
+  *length_bytes = 0;
+  const Course course = EnterNoted(Operation::kVaultGetCertFromVault, name_, target_);
+  if (course.StopsWork()) {
+    return course.result;
+  }
+  vault::SecureBytes loaded;
+  if (const DWORD code = vault::Load(target_, user_, loaded)) {
+    return ResultFromWin32(code);
+  }
+  handed_out_ = std::move(loaded);
+  *bytes = handed_out_.data();
+  *length_bytes = static_cast<DWORD>(handed_out_.size());
+  return course.result;
+}
+
+DWORD SimulatedVaultStoreProvider::DeleteTarget() {
+  const Course course = EnterNoted(Operation::kVaultDeleteTarget, name_, target_);
+  if (course.StopsCodedWork()) {
+    return static_cast<DWORD>(course.result);
+  }
+  const DWORD code = vault::Delete(target_, user_);
+  return code == ERROR_SUCCESS ? static_cast<DWORD>(course.result) : code;
+}
+
+LONG SimulatedVaultStoreProvider::IsTargetPresent() {
+  const Course course = EnterNoted(Operation::kVaultIsTargetPresent, name_, target_);
+  if (course.give_null || course.result != S_OK) {
+    return course.result;
+  }
+  if (target_.empty() || user_.empty()) {
+    return 0;
+  }
+  bool present = false;
+  const DWORD code = vault::IsPresent(target_, user_, present);
+  return code != ERROR_SUCCESS || present ? 1 : 0;
+}
+
+HRESULT SimulatedVaultStoreProvider::SetTargetName(const WCHAR* target) {
+  return SetName(Operation::kVaultSetTargetName, target, vault::kMaxTargetChars, target_);
+}
+
+HRESULT SimulatedVaultStoreProvider::SetUserName(const WCHAR* user) {
+  return SetName(Operation::kVaultSetUserName, user, vault::kMaxUserChars, user_);
+}
+
+/// A name that is not taken leaves none, so that nothing is done under the one before.
+HRESULT SimulatedVaultStoreProvider::SetName(Operation operation,
+                                             const WCHAR* given,
+                                             size_t max_chars,
+                                             WString& name) {
+  name.clear();
+  const Course course = EnterNoted(operation, name_, given ? given : W(""));
+  if (course.StopsWork()) {
+    return course.result;
+  }
+  const HRESULT result = Take(given, max_chars, name);
+  return FAILED(result) ? result : course.result;
+}
+
+}  // namespace custom_bidi::simulated
