@@ -5,8 +5,18 @@
 
 namespace pal {
 
-enum class Kind { kHandle, kModule, kComInitialisation, kBstr, kDomObject, kBlock, kRegistryKey, kPrinter };
-inline constexpr int kKindCount = 8;
+enum class Kind {
+  kHandle,
+  kModule,
+  kComInitialisation,
+  kBstr,
+  kDomObject,
+  kBlock,
+  kRegistryKey,
+  kPrinter,
+  kCertificate
+};
+inline constexpr int kKindCount = 9;
 
 void CountUp(Kind kind);
 void CountDown(Kind kind);

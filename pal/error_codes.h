@@ -48,3 +48,7 @@ inline constexpr HRESULT DISP_E_BADVARTYPE = static_cast<HRESULT>(0x80020008);
 inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110);
 inline constexpr HRESULT REGDB_E_CLASSNOTREG = static_cast<HRESULT>(0x80040154);
 inline constexpr HRESULT CO_E_NOTINITIALIZED = static_cast<HRESULT>(0x800401F0);
+inline constexpr HRESULT CRYPT_E_NOT_FOUND = static_cast<HRESULT>(0x80092004);
+inline constexpr HRESULT CRYPT_E_ASN1_EOD = static_cast<HRESULT>(0x80093102);
+inline constexpr HRESULT CRYPT_E_ASN1_CORRUPT = static_cast<HRESULT>(0x80093103);
+inline constexpr HRESULT CRYPT_E_ASN1_BADTAG = static_cast<HRESULT>(0x8009310B);

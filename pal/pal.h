@@ -10,6 +10,7 @@
 
 #include "pal/clock.h"
 #include "pal/com.h"
+#include "pal/crypt.h"
 #include "pal/dom.h"
 #include "pal/environment.h"
 #include "pal/error_codes.h"

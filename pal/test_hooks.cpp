@@ -14,7 +14,8 @@ LiveCounts CountLiveObjects() {
           .dom_objects = LiveCount(Kind::kDomObject),
           .blocks = LiveCount(Kind::kBlock),
           .registry_keys = LiveCount(Kind::kRegistryKey),
-          .printers = LiveCount(Kind::kPrinter)};
+          .printers = LiveCount(Kind::kPrinter),
+          .certificates = LiveCount(Kind::kCertificate)};
 }
 
 long LiveObjects() {
@@ -35,6 +36,7 @@ std::string DescribeLiveObjects() {
       {"blocks", counts.blocks},
       {"registry keys", counts.registry_keys},
       {"printers", counts.printers},
+      {"certificates", counts.certificates},
   };
   std::string text;
   for (const auto& [name, count] : named_counts) {

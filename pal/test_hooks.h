@@ -12,9 +12,10 @@ struct LiveCounts {
   long com_initialisations;  ///< CoInitializeEx, of all threads
   long bstrs;
   long dom_objects;
-  long blocks;  ///< GlobalAlloc and the texts of FormatMessageW
+  long blocks;  ///< GlobalAlloc, CoTaskMemAlloc and the texts of FormatMessageW
   long registry_keys;
   long printers;
+  long certificates;
 };
 
 /// Negative counts are possible: what another module's copy of this layer made may be freed here.

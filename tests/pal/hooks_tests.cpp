@@ -132,6 +132,14 @@ TEST_F(HooksTest, EveryFunctionFailsWithACodeOfItsOwn) {
        [&] { return static_cast<DWORD>(RegQueryValueExW(key, u"x", nullptr, nullptr, nullptr, &size)); }},
       {"SetFilePointer",
        [&] { return last_error(SetFilePointer(handle, 0, nullptr, FILE_END) == INVALID_SET_FILE_POINTER); }},
+      {"CoTaskMemAlloc", [&] { return static_cast<DWORD>(CoTaskMemAlloc(1) ? 0 : 1); }},
+      {"CertCreateCertificateContext",
+       [&] { return last_error(!CertCreateCertificateContext(X509_ASN_ENCODING, nullptr, 0)); }},
+      {"CertGetCertificateContextProperty",
+       [&] {
+         return last_error(
+             !CertGetCertificateContextProperty(nullptr, CERT_SHA1_HASH_PROP_ID, nullptr, &size));
+       }},
       {"WriteFile", [&] { return last_error(!WriteFile(handle, "x", 1, &size, nullptr)); }},
   };
   for (const auto& [name, call] : cases) {
