@@ -8,6 +8,15 @@
 
 #include "custom_bidi.h"
 
+/* The record's own bytes are from the COM task allocator; elsewhere than on Windows that is malloc. */
+#ifdef _WIN32
+#include <objbase.h>
+#define FreeTaskMemory CoTaskMemFree
+#else
+#include <stdlib.h>
+#define FreeTaskMemory free
+#endif
+
 _Static_assert(sizeof(CustomBidiChar) == 2, "UTF-16");
 _Static_assert(sizeof(CustomBidiBool) == 4 && sizeof(CustomBidiDword) == 4 && sizeof(CustomBidiLong) == 4,
                "32 bits");
@@ -84,10 +93,39 @@ static void AskDefaultPrinter(void) {
   CHECK(GetPortStatus(Widen("no such queue"), &status) == 1 && status == kCustomBidiPortNonPhysical);
 }
 
+/* The second name is there as long as the first: Widen has one buffer. */
+static void ReadDefaultCertificate(void) {
+  static CustomBidiChar user[kNameChars];
+  static CustomBidiChar copy[kNameChars];
+  memcpy(user, Widen("c caller"), sizeof(user));
+  DeviceCertificate* record = GetDeviceCertificate(user, Widen("no such queue"), 1);
+  CHECK(record != NULL);
+  if (record == NULL)
+    return;
+  CHECK(record->identifier != NULL && record->identifier[0] == 0);
+  CHECK(record->certificate_length > 500 && record->certificate != NULL);
+  CHECK(record->certificate[0] == 0x30 && record->certificate[record->certificate_length] == 0);
+  CHECK(record->warnings != NULL && record->warning_count == 1 && record->warnings[0] == 12038);
+  CHECK(VerifyCertificateValidity(user, Widen("no such queue"), 0, record) == 1);
+  CHECK(record->warning_count == 1 && record->warnings[0] == 12038);
+  CHECK(DeleteDeviceCertificate(record));
+  CHECK(record->identifier == NULL && record->certificate == NULL && record->warnings == NULL);
+  CHECK(record->certificate_length == 0 && record->warning_count == 0);
+  CHECK(DeleteDeviceCertificate(record));
+  FreeTaskMemory(record);
+
+  memcpy(copy, Widen("c caller target"), sizeof(copy));
+  CHECK(SavePassword((const uint8_t*)"secret", 6, user, copy, Widen("no such queue")) == 1);
+  CHECK(IsPasswordPresent(user, copy, Widen("no such queue")) == 1);
+  CHECK(DeletePassword(user, copy, Widen("no such queue")) == 1);
+  CHECK(IsPasswordPresent(user, copy, Widen("no such queue")) == 0);
+}
+
 int main(int argc, char** argv) {
   if (argc > 1)
     return GetBidiResponse(response, Widen(argv[1]), NULL, NULL, 0) == 1 ? 0 : 1;
   CallWithNulls();
   AskDefaultPrinter();
+  ReadDefaultCertificate();
   return failures != 0;
 }

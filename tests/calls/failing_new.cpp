@@ -17,14 +17,23 @@ bool IsInProgram(const void* caller) {
   return caller >= &__executable_start && caller < &etext;
 }
 
+/// Null when the allocation that `caller` asks for is to fail, or does.
+void* Allocate(size_t size, const void* caller) {
+  if (t_to_go != 0 && IsInProgram(caller) && --t_to_go == 0)
+    return nullptr;
+  return std::malloc(size != 0 ? size : 1);
+}
+
 }  // namespace
 
 void* operator new(size_t size) {
-  if (t_to_go != 0 && IsInProgram(__builtin_return_address(0)) && --t_to_go == 0)
-    throw std::bad_alloc();
-  if (void* const block = std::malloc(size != 0 ? size : 1))
+  if (void* const block = Allocate(size, __builtin_return_address(0)))
     return block;
   throw std::bad_alloc();
+}
+
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return Allocate(size, __builtin_return_address(0));
 }
 
 void operator delete(void* block) noexcept {
@@ -32,6 +41,10 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, size_t) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
   std::free(block);
 }
 

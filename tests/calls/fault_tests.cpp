@@ -1,33 +1,12 @@
-// Every single thing that a call asks of the platform, and every allocation, fails once. Native tests: there
-// the platform layer can be told to fail, and the program's operator new is also that of the device
-// libraries.
+// The three queries with every single acquisition failing once. Native tests: the injectors are.
 
-#include "pal/test_hooks.h"
-#include "tests/calls/failing_new.h"
-#include "tests/support/call_test.h"
+#include "tests/calls/fault_injection.h"
 
 namespace custom_bidi_test {
 namespace {
 
-constexpr int kNeverSoMany = 20000;
-
 class Faults : public CallTest {
  protected:
-  struct Injector {
-    const char* name;
-    void (*arm)(int n);
-    /// Calls it off; whether it struck.
-    bool (*disarm)();
-  };
-
-  static constexpr Injector kPlatform = {"call of the platform", pal::FailNthCall, [] {
-                                           const bool fired = pal::FaultFired();
-                                           pal::ClearFaults();
-                                           return fired;
-                                         }};
-  static constexpr Injector kMemory = {"allocation", [](int n) { FailNthAllocation(n); },
-                                       [] { return FailNthAllocation(0); }};
-
   void SetUp() override {
     CallTest::SetUp();
     SetTrace(true);
@@ -37,27 +16,18 @@ class Faults : public CallTest {
     WritePrinter();
   }
 
-  /// Runs the call with its first, second, … acquisition failing, until nothing is left to fail. `check` gets
-  /// what was written, which holds nothing when the call refused.
-  void FailEach(const Injector& injector,
-                const std::function<CustomBidiBool(CustomBidiChar*)>& call,
-                const std::function<void(bool ok, const std::string& text)>& check) {
+  /// `check` gets what was written, which holds nothing when the call refused.
+  void FailEachQuery(const Injector& injector,
+                     const std::function<CustomBidiBool(CustomBidiChar*)>& call,
+                     const std::function<void(bool ok, const std::string& text)>& check) {
     std::vector<CustomBidiChar> buffer(4096);
-    for (int n = 1; n < kNeverSoMany; ++n) {
-      SCOPED_TRACE(std::string(injector.name) + " " + std::to_string(n));
-      std::ranges::fill(buffer, CustomBidiChar{});
-      injector.arm(n);
-      const CustomBidiBool ok = call(buffer.data());
-      const bool struck = injector.disarm();
-      ASSERT_EQ(LeftOpen(), "");
-      check(ok != 0, ToUtf8(buffer.data()));
-      if (!struck) {
-        EXPECT_EQ(ok, 1);
-        EXPECT_GT(n, 10) << "hardly anything was made to fail";
-        return;
-      }
-    }
-    ADD_FAILURE() << "the call never came to its end";
+    FailEach(
+        injector,
+        [&] {
+          std::ranges::fill(buffer, CustomBidiChar{});
+          return call(buffer.data()) != 0;
+        },
+        [&](bool ok) { check(ok, ToUtf8(buffer.data())); });
   }
 
   void RunAll(const Injector& injector);
@@ -68,7 +38,7 @@ void Faults::RunAll(const Injector& injector) {
   const WString address = ToWide(kAddress);
   const Json whole = Json::parse(*Bidi().text);
   ASSERT_EQ(whole.size(), 7U);
-  FailEach(
+  FailEachQuery(
       injector,
       [&](CustomBidiChar* response) { return GetBidiResponse(response, queue.c_str(), nullptr, nullptr, 0); },
       [&](bool ok, const std::string& text) {
@@ -81,7 +51,7 @@ void Faults::RunAll(const Injector& injector) {
         for (const auto& [name, value] : answer.items())
           EXPECT_EQ(value, whole.value(name, Json())) << name;
       });
-  FailEach(
+  FailEachQuery(
       injector, [&](CustomBidiChar* response) { return GetStatusData(address.c_str(), response); },
       [](bool ok, const std::string& text) {
         const bool allowed =
@@ -90,7 +60,7 @@ void Faults::RunAll(const Injector& injector) {
         EXPECT_TRUE(allowed) << text;
       });
   CustomBidiLong status = kUntouchedStatus;
-  FailEach(
+  FailEachQuery(
       injector,
       [&](CustomBidiChar*) {
         status = kUntouchedStatus;

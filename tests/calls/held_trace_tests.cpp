@@ -47,6 +47,8 @@ TEST_F(HeldTrace, MissingArguments) {
   ExpectTrace(no_queue, Around([&] { GetDeviceCertificate(nullptr, nullptr, 0); }));
   ExpectTrace(no_queue, Around([&] { VerifyCertificateValidity(name.c_str(), empty, 0, nullptr); }));
   ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([] { DeleteDeviceCertificate(nullptr); }));
+  DeviceCertificate record = {};
+  ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([&] { DeleteDeviceCertificate(&record); }));
 }
 
 TEST_F(HeldTrace, WholeCall) {

@@ -36,6 +36,11 @@ static_assert(offsetof(PRINTER_INFO_2W, pPortName) == 24 && offsetof(PRINTER_INF
 static_assert(offsetof(PRINTER_INFO_2W, Attributes) == 104 && offsetof(PRINTER_INFO_2W, AveragePPM) == 132);
 static_assert(sizeof(PRINTER_DEFAULTSW) == 24 && offsetof(PRINTER_DEFAULTSW, DesiredAccess) == 16);
 
+static_assert(sizeof(CERT_CONTEXT) == 40 && offsetof(CERT_CONTEXT, dwCertEncodingType) == 0);
+static_assert(offsetof(CERT_CONTEXT, pbCertEncoded) == 8 && offsetof(CERT_CONTEXT, cbCertEncoded) == 16);
+static_assert(offsetof(CERT_CONTEXT, pCertInfo) == 24 && offsetof(CERT_CONTEXT, hCertStore) == 32);
+static_assert(X509_ASN_ENCODING == 1 && PKCS_7_ASN_ENCODING == 0x10000 && CERT_SHA1_HASH_PROP_ID == 3);
+
 static_assert(ERROR_SUCCESS == 0 && NO_ERROR == 0 && ERROR_INVALID_FUNCTION == 1 &&
               ERROR_FILE_NOT_FOUND == 2);
 static_assert(ERROR_PATH_NOT_FOUND == 3 && ERROR_TOO_MANY_OPEN_FILES == 4 && ERROR_ACCESS_DENIED == 5);
@@ -56,7 +61,9 @@ static_assert(Is(S_OK, 0) && Is(S_FALSE, 1) && Is(E_NOINTERFACE, 0x80004002) && 
 static_assert(Is(E_FAIL, 0x80004005) && Is(E_OUTOFMEMORY, 0x8007000E) && Is(E_INVALIDARG, 0x80070057));
 static_assert(Is(RPC_E_CHANGED_MODE, 0x80010106) && Is(DISP_E_BADVARTYPE, 0x80020008));
 static_assert(Is(CLASS_E_NOAGGREGATION, 0x80040110) && Is(REGDB_E_CLASSNOTREG, 0x80040154));
-static_assert(Is(CO_E_NOTINITIALIZED, 0x800401F0));
+static_assert(Is(CO_E_NOTINITIALIZED, 0x800401F0) && Is(CRYPT_E_NOT_FOUND, 0x80092004));
+static_assert(Is(CRYPT_E_ASN1_EOD, 0x80093102) && Is(CRYPT_E_ASN1_CORRUPT, 0x80093103));
+static_assert(Is(CRYPT_E_ASN1_BADTAG, 0x8009310B));
 static_assert(SUCCEEDED(S_FALSE) && FAILED(E_FAIL) && !FAILED(S_OK));
 
 static_assert(GENERIC_READ == 0x80000000 && GENERIC_WRITE == 0x40000000);

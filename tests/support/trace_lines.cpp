@@ -139,6 +139,12 @@ Lines BidiInitialisation(const std::string& queue, const std::string& port) {
          Method("CCIXML::Load");
 }
 
+Lines SecurityInitialisation() {
+  return Method("CCIXML::Load") + FindFileInfo() +
+         LoadLibraries("vexmoixo.dll", "vexmoixodm.dll", "vexmobixocert.dll") +
+         Lines{"Load IXO / XDM / IXO Cert Libraries Success"};
+}
+
 Lines DataMapLoading(int items) {
   Lines lines =
       Method("CCIXML::GetPathedNodeListAsArray",

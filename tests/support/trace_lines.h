@@ -37,6 +37,8 @@ Lines ReadTrace(const std::string& path);
 
 /// A queue on the port `port`; empty: without one, so that the printer is known by the queue's name.
 Lines BidiInitialisation(const std::string& queue, const std::string& port);
+/// A password or certificate call, while it loads its libraries.
+Lines SecurityInitialisation();
 /// A data map with that many items.
 Lines DataMapLoading(int items);
 Lines StatusInitialisation(const std::string& address);

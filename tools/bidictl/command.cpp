@@ -11,6 +11,12 @@ WideString WideArgument(const std::string& what, const std::string& argument) {
   return *std::move(wide);
 }
 
+WideString WideName(const std::string& what, const std::string& argument) {
+  if (argument.empty())
+    throw CommandError("the " + what + " is empty", kExitUsage);
+  return WideArgument(what, argument);
+}
+
 void Print(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
 }

@@ -38,10 +38,15 @@ void AddItemsCommand(CLI::App& program, int& exit_code);
 void AddStatusCommand(CLI::App& program, int& exit_code);
 void AddPortCommand(CLI::App& program, int& exit_code);
 void AddQueueCommand(CLI::App& program, int& exit_code);
+void AddPasswordCommand(CLI::App& program, int& exit_code);
+void AddCertificateCommand(CLI::App& program, int& exit_code);
 void AddTraceCommand(CLI::App& program, int& exit_code);
 
 /// An argument as the library takes it; throws when it is not UTF-8. `what` names it in the message.
 WideString WideArgument(const std::string& what, const std::string& argument);
+
+/// The same for one that must not be empty.
+WideString WideName(const std::string& what, const std::string& argument);
 
 /// Writes to standard output.
 void Print(std::string_view text);

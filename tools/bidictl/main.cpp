@@ -29,11 +29,13 @@ int RunBidictl(std::vector<std::string> arguments) {
       "\n"
       "'bidictl COMMAND --help' tells more. Exit codes: 0 done, 1 failed, 64 the command line was not "
       "understood;\n"
-      "'port' has its own.");
+      "'port' and 'certificate verify' have their own.");
   int exit_code = kExitDone;
   AddItemsCommand(program, exit_code);
   AddStatusCommand(program, exit_code);
   AddPortCommand(program, exit_code);
+  AddPasswordCommand(program, exit_code);
+  AddCertificateCommand(program, exit_code);
   AddQueueCommand(program, exit_code);
   AddTraceCommand(program, exit_code);
 

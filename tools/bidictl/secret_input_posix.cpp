@@ -1,0 +1,85 @@
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/bidictl/command.h"
+#include "tools/bidictl/secret_input.h"
+
+namespace custom_bidi_tools {
+
+namespace {
+
+termios g_terminal;  // as it was
+
+extern "C" void RestoreTerminalAndDie(int signal_number) {
+  tcsetattr(STDIN_FILENO, TCSANOW, &g_terminal);
+  // The handler was for once: this time the signal does what it does by itself.
+  raise(signal_number);
+}
+
+/// The terminal as long as it does not show what is typed; a signal that ends the program sets it back.
+class SilentTerminal {
+ public:
+  SilentTerminal() {
+    if (tcgetattr(STDIN_FILENO, &g_terminal) != 0)
+      throw CommandError(std::string("the terminal cannot be asked: ") + std::strerror(errno));
+    struct sigaction action {};
+    action.sa_handler = RestoreTerminalAndDie;
+    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_NODEFER;
+    for (size_t i = 0; i < kSignalCount; ++i)
+      sigaction(kSignals[i], &action, &before_[i]);
+    termios silent = g_terminal;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    silent.c_lflag |= ECHONL;
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+  }
+  ~SilentTerminal() {
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &g_terminal);
+    for (size_t i = 0; i < kSignalCount; ++i)
+      sigaction(kSignals[i], &before_[i], nullptr);
+  }
+  SilentTerminal(const SilentTerminal&) = delete;
+  SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+ private:
+  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGQUIT, SIGHUP};
+  static constexpr size_t kSignalCount = sizeof kSignals / sizeof *kSignals;
+
+  struct sigaction before_[kSignalCount];
+};
+
+}  // namespace
+
+bool InputIsTerminal() {
+  return isatty(STDIN_FILENO) == 1;
+}
+
+size_t ReadInput(std::span<uint8_t> buffer) {
+  // Not through stdio, which would keep a copy.
+  for (;;) {
+    const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (count >= 0)
+      return static_cast<size_t>(count);
+    if (errno != EINTR)
+      throw CommandError(std::string("standard input cannot be read: ") + std::strerror(errno));
+  }
+}
+
+Secret ReadHiddenLine(const std::string& prompt) {
+  const SilentTerminal silent;
+  std::fputs(prompt.c_str(), stderr);
+  Secret line;
+  while (!line.room().empty() && !(line.bytes().size() > 0 && line.bytes().back() == '\n')) {
+    const size_t count = ReadInput(line.room());
+    if (count == 0)
+      break;
+    line.Grow(count);
+  }
+  return line;
+}
+
+}  // namespace custom_bidi_tools

@@ -1,0 +1,91 @@
+#include <windows.h>
+
+#include <array>
+#include <cstdio>
+
+#include "tools/bidictl/command.h"
+#include "tools/bidictl/secret_input.h"
+
+namespace custom_bidi_tools {
+
+namespace {
+
+HANDLE Input() {
+  return GetStdHandle(STD_INPUT_HANDLE);
+}
+
+DWORD g_console_mode = 0;  // as it was
+
+BOOL WINAPI RestoreConsole(DWORD /*event*/) {
+  SetConsoleMode(Input(), g_console_mode);
+  return FALSE;  // and go on to what ends the program
+}
+
+/// The console as long as it does not show what is typed.
+class SilentConsole {
+ public:
+  SilentConsole() {
+    GetConsoleMode(Input(), &g_console_mode);
+    SetConsoleCtrlHandler(RestoreConsole, TRUE);
+    SetConsoleMode(Input(), (g_console_mode & ~DWORD{ENABLE_ECHO_INPUT}) | ENABLE_LINE_INPUT);
+  }
+  ~SilentConsole() {
+    SetConsoleMode(Input(), g_console_mode);
+    SetConsoleCtrlHandler(RestoreConsole, FALSE);
+  }
+  SilentConsole(const SilentConsole&) = delete;
+  SilentConsole& operator=(const SilentConsole&) = delete;
+};
+
+/// Typed characters, which the console gives as UTF-16.
+struct TypedLine {
+  std::array<wchar_t, 4096> text{};
+  DWORD length = 0;
+
+  TypedLine() = default;
+  TypedLine(const TypedLine&) = delete;
+  TypedLine& operator=(const TypedLine&) = delete;
+  ~TypedLine() { Wipe(text.data(), sizeof text); }
+};
+
+}  // namespace
+
+bool InputIsTerminal() {
+  DWORD mode = 0;
+  return GetConsoleMode(Input(), &mode) != 0;
+}
+
+size_t ReadInput(std::span<uint8_t> buffer) {
+  // Not through stdio, which would keep a copy.
+  DWORD count = 0;
+  if (!ReadFile(Input(), buffer.data(), static_cast<DWORD>(buffer.size()), &count, nullptr)) {
+    const DWORD code = GetLastError();
+    if (code == ERROR_BROKEN_PIPE || code == ERROR_HANDLE_EOF)
+      return 0;
+    throw CommandError("standard input cannot be read (error " + std::to_string(code) + ")");
+  }
+  return count;
+}
+
+Secret ReadHiddenLine(const std::string& prompt) {
+  const SilentConsole silent;
+  std::fputs(prompt.c_str(), stderr);
+  TypedLine typed;
+  const bool is_read = ReadConsoleW(Input(), typed.text.data(), static_cast<DWORD>(typed.text.size()),
+                                    &typed.length, nullptr) != 0;
+  std::fputs("\n", stderr);
+  if (!is_read)
+    throw CommandError("the console cannot be read (error " + std::to_string(GetLastError()) + ")");
+  Secret line;
+  if (typed.length == 0)
+    return line;
+  const int count = WideCharToMultiByte(
+      CP_UTF8, WC_ERR_INVALID_CHARS, typed.text.data(), static_cast<int>(typed.length),
+      reinterpret_cast<char*>(line.room().data()), static_cast<int>(line.room().size()), nullptr, nullptr);
+  if (count <= 0)
+    throw CommandError("the password is no text that UTF-8 could write");
+  line.Grow(static_cast<size_t>(count));
+  return line;
+}
+
+}  // namespace custom_bidi_tools
