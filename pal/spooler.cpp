@@ -77,7 +77,7 @@ BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
     *printer = g_printers.Insert(opened.get());
     if (!*printer)
       return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
-    opened.release();
+    static_cast<void>(opened.release());  // the table's now
     pal::CountUp(pal::Kind::kPrinter);
     return TRUE;
   });
