@@ -24,7 +24,7 @@ TEST_F(EntryChecks, MissingNamesAreRefused) {
     }
     EXPECT_EQ(SavePassword(nullptr, 0, missing, name.c_str(), queue.c_str()), 0);
     DeviceCertificate record = {};
-    for (const CustomBidiDword mode : {0, 1, 7}) {
+    for (const CustomBidiDword mode : {0U, 1U, 7U}) {
       EXPECT_EQ(GetDeviceCertificate(name.c_str(), missing, mode), nullptr);
       EXPECT_EQ(VerifyCertificateValidity(name.c_str(), missing, mode, &record), 0);
       EXPECT_EQ(VerifyCertificateValidity(nullptr, missing, mode, nullptr), 0);
