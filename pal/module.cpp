@@ -20,6 +20,7 @@
 using ElfHeader = ElfW(Ehdr);
 
 // The header of the very module that this is linked into; the linker defines it.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the linker's name
 extern "C" __attribute__((visibility("hidden"))) const ElfHeader __ehdr_start;
 
 namespace {

@@ -40,7 +40,7 @@ LSTATUS OpenPath(const std::u16string& path, HKEY* opened) {
   const HANDLE handle = g_keys.Insert(open_key.get());
   if (!handle)
     return ERROR_NOT_ENOUGH_MEMORY;
-  open_key.release();
+  static_cast<void>(open_key.release());  // the table's now
   pal::CountUp(pal::Kind::kRegistryKey);
   *opened = static_cast<HKEY>(handle);
   return ERROR_SUCCESS;

@@ -113,6 +113,7 @@ std::vector<std::u16string> RegistryFile::Subkeys(std::u16string_view key) const
     names.emplace(FoldCase(name), name);
   }
   std::vector<std::u16string> sorted;
+  sorted.reserve(names.size());
   for (auto& [folded, name] : names)
     sorted.push_back(std::move(name));
   return sorted;

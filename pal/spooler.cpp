@@ -19,6 +19,7 @@ using pal::FailWith;
 
 struct Printer {
   std::u16string name;
+  std::optional<std::u16string> port;  // as it was when the printer was opened
 };
 
 constinit pal::HandleTable<Printer*, pal::kPrinterTag> g_printers;
@@ -29,29 +30,20 @@ std::u16string KeyOfQueue(std::u16string_view name) {
   return std::u16string(kPrinters).append(name);
 }
 
-DWORD LoadRegistry(pal::RegistryFile* registry) {
-  return pal::RegistryFile::Load(pal::RegistryFilePath(), registry);
-}
-
-DWORD FindQueue(std::u16string_view name) {
+DWORD FindQueue(std::u16string_view name, Printer* printer) {
   // A backslash would lead to the keys below a queue's; a name that has one means another machine's queue.
   if (name.empty() || name.find(u'\\') != std::u16string_view::npos)
     return ERROR_INVALID_PRINTER_NAME;
   pal::RegistryFile registry;
-  const DWORD code = LoadRegistry(&registry);
+  const DWORD code = pal::RegistryFile::Load(pal::RegistryFilePath(), &registry);
   if (code != ERROR_SUCCESS)
     return code;
-  return registry.HasKey(KeyOfQueue(name)) ? ERROR_SUCCESS : ERROR_INVALID_PRINTER_NAME;
-}
-
-DWORD FindPort(std::u16string_view queue, std::optional<std::u16string>* port) {
-  pal::RegistryFile registry;
-  const DWORD code = LoadRegistry(&registry);
-  if (code != ERROR_SUCCESS)
-    return code;
-  const pal::RegistryValue* value = registry.FindValue(KeyOfQueue(queue), u"Port");
-  if (value)
-    *port = value->Text();
+  const std::u16string key = KeyOfQueue(name);
+  if (!registry.HasKey(key))
+    return ERROR_INVALID_PRINTER_NAME;
+  printer->name = name;
+  if (const pal::RegistryValue* port = registry.FindValue(key, u"Port"))
+    printer->port = port->Text();
   return ERROR_SUCCESS;
 }
 
@@ -78,14 +70,14 @@ BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
   if (!name || defaults)
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
   return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
-    const DWORD code = FindQueue(name);
+    auto opened = std::make_unique<Printer>();
+    const DWORD code = FindQueue(name, opened.get());
     if (code != ERROR_SUCCESS)
       return FailWith(static_cast<LONG>(code), FALSE);
-    auto opened = std::make_unique<Printer>(Printer{name});
     *printer = g_printers.Insert(opened.get());
     if (!*printer)
       return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
-    opened.release();
+    static_cast<void>(opened.release());  // the table's now
     pal::CountUp(pal::Kind::kPrinter);
     return TRUE;
   });
@@ -103,11 +95,7 @@ BOOL GetPrinterW(HANDLE printer, DWORD level, BYTE* info, DWORD size_bytes, DWOR
     const auto opened = g_printers.Find(printer);
     if (!opened)
       return FailWith(ERROR_INVALID_HANDLE, FALSE);
-    const std::u16string& name = (*opened)->name;
-    std::optional<std::u16string> port;
-    const DWORD code = FindPort(name, &port);
-    if (code != ERROR_SUCCESS)
-      return FailWith(static_cast<LONG>(code), FALSE);
+    const auto& [name, port] = **opened;
     *needed_bytes = static_cast<DWORD>(sizeof(PRINTER_INFO_2W) + SizeOf(name) + (port ? SizeOf(*port) : 0));
     if (size_bytes < *needed_bytes)
       return FailWith(ERROR_INSUFFICIENT_BUFFER, FALSE);

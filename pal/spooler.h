@@ -40,7 +40,7 @@ struct PRINTER_INFO_2W {
 };
 
 /// Opens a queue; `defaults` is null. ERROR_INVALID_PRINTER_NAME, and a null handle, when there is none of
-/// that name.
+/// that name. What GetPrinterW tells later is how the queue was at this moment.
 BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults);
 
 /// At level 2, a PRINTER_INFO_2W followed by its texts. `*needed_bytes` receives the size of all that; when

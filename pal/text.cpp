@@ -1,5 +1,6 @@
 #include "pal/text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace pal {
@@ -85,6 +86,12 @@ void AppendUtf8(std::string& out, char32_t code_point) {
   out += static_cast<char>(0x80 | (code_point & 0x3F));
 }
 
+template <class Text>
+size_t AsciiPrefix(const Text& text) {
+  const auto is_ascii = [](auto unit) { return (unit & ~0x7F) == 0; };
+  return static_cast<size_t>(std::find_if_not(text.begin(), text.end(), is_ascii) - text.begin());
+}
+
 // True when a pair begins at `at`.
 bool IsPairAt(std::u16string_view text, size_t at) {
   return IsLeadSurrogate(text[at]) && at + 1 < text.size() && IsTrailSurrogate(text[at + 1]);
@@ -117,9 +124,10 @@ char16_t FoldUnit(char16_t unit) {
 }  // namespace
 
 std::u16string ToUtf16(std::string_view text) {
-  std::u16string out;
+  size_t at = AsciiPrefix(text);  // most texts, whole
+  std::u16string out(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at));
   out.reserve(text.size());
-  for (size_t at = 0; at < text.size();) {
+  while (at < text.size()) {
     const char32_t code_point = NextCodePoint(text, at);
     if (code_point < 0x10000) {
       out += static_cast<char16_t>(code_point);
@@ -132,9 +140,12 @@ std::u16string ToUtf16(std::string_view text) {
 }
 
 std::string ToUtf8(std::u16string_view text) {
-  std::string out;
+  size_t at = AsciiPrefix(text);
+  std::string out(at, 0);
+  std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), out.begin(),
+                 [](char16_t unit) { return static_cast<char>(unit); });
   out.reserve(text.size());
-  for (size_t at = 0; at < text.size(); ++at) {
+  for (; at < text.size(); ++at) {
     const char32_t unit = text[at];
     if (IsPairAt(text, at)) {
       AppendUtf8(out, 0x10000 + ((unit & 0x3FF) << 10) + (text[at + 1] & 0x3FF));

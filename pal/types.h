@@ -37,8 +37,10 @@ using LPCWSTR = const WCHAR*;
 using HANDLE = void*;
 using HGLOBAL = HANDLE;
 using HLOCAL = HANDLE;
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that Windows has
 using HMODULE = struct HINSTANCE__*;
 using HKEY = struct HKEY__*;
+// NOLINTEND(bugprone-reserved-identifier)
 using FARPROC = intptr_t (*)();
 
 // Macros as on Windows, guarded as there: other libraries' headers have the same two.

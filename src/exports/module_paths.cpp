@@ -22,7 +22,10 @@ DWORD ReadModulePath(WCHAR (&path)[kPathChars], bool own_module) {
       return code;
     }
   }
-  return GetModuleFileNameW(module, path, kPathChars) != 0 ? ERROR_SUCCESS : GetLastError();
+  if (GetModuleFileNameW(module, path, kPathChars) == 0)
+    return GetLastError();
+  path[kPathChars - 1] = 0;  // not every system terminates a name that it cut
+  return ERROR_SUCCESS;
 }
 
 }  // namespace

@@ -65,7 +65,8 @@ DWORD CCustomBiDi::LoadIPPResponse() noexcept {
 
 /// Reads and stores one item; the code of the read.
 DWORD CCustomBiDi::ReadItem(const WCHAR* name) {
-  WCHAR text[4096] = {};
+  WCHAR text[4096];
+  *text = 0;  // all that an empty buffer needs: fifty items are read into one each
   const DWORD code = ixo_.GetData(name, text, std::size(text));
   if (code == ERROR_SUCCESS)
     StoreItem(name, text, items_);

@@ -222,6 +222,13 @@ TEST_F(BidiResponse, PrintQualityEntriesComeAfterTheItems) {
       << "an item of the same name keeps its value";
 }
 
+TEST_F(BidiResponse, PrintQualityEntriesAreThoseOfTheUsersLanguage) {
+  WCHAR language[16] = {};
+  ASSERT_GT(GetLocaleInfoW(0, LOCALE_SISO639LANGNAME, language, 16), 0);
+  printer["locale"] = {{ToUtf8(language), std::string(kMode) + "=own"}, {"*", std::string(kMode) + "=other"}};
+  EXPECT_EQ(Items({"CustomPQ"}), Yes(BidiText({{kMode, "own"}}, "")));
+}
+
 TEST_F(BidiResponse, PrintQualityEntriesAreEnough) {
   WriteDataMap({});
   printer["items"].erase("DeviceID");

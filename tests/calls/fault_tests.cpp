@@ -86,5 +86,72 @@ TEST_F(Faults, EachAllocationFailsOnce) {
   testing::internal::GetCapturedStderr();
 }
 
+constexpr char kInitFailed[] = ">>>> Custom Bidi : InitIOWrapper Initialization failed!!";
+constexpr char kLoadSucceeded[] = ">>>>>Custom Bidi :  LoadIPPResponse success!!!";
+constexpr char kLoadFailed[] = ">>>>>Custom Bidi :  LoadIPPResponse fail!!!";
+constexpr char kNodeList[] = "CCIXML::GetPathedNodeListAsArray";
+
+class OneFault : public CallTest {
+ protected:
+  void SetUp() override {
+    CallTest::SetUp();
+    SetTrace(true);
+  }
+
+  /// The lines of a call for the data map's items whose n-th use of the function fails.
+  Lines TraceWithout(const char* function, int n, bool expected) {
+    SCOPED_TRACE(std::string(function) + " " + std::to_string(n));
+    pal::FailNthCallOf(function, n);
+    EXPECT_EQ(Bidi().ok, expected);
+    EXPECT_TRUE(pal::FaultFired());
+    pal::ClearFaults();
+    return TakeTrace();
+  }
+};
+
+TEST_F(OneFault, ExecutableWithoutAPath) {
+  ExpectTrace({">>>>>Custom Bidi :  Get Current file name fail!!!", kInitFailed},
+              TraceWithout("GetModuleFileNameW", 1, false));
+  const Lines lines = TraceWithout("GetModuleFileNameW", 2, false);
+  EXPECT_EQ(std::ranges::count(lines, "IXO_DLL: [.//vexmoixo.dll]"), 1) << "the working folder is used";
+}
+
+TEST_F(OneFault, QueueWhosePortCannotBeReadIsKnownByItsName) {
+  const Lines expected = BidiInitialisation(kQueue, "") + DataMapLoading(1) + Lines{kLoadSucceeded};
+  ExpectTrace(expected, TraceWithout("OpenPrinterW", 1, true));
+  ExpectTrace(expected, TraceWithout("GetPrinterW", 1, true));
+  ExpectTrace(expected, TraceWithout("GetPrinterW", 2, true));
+  ExpectTrace(expected, TraceWithout("GlobalAlloc", 1, true));
+}
+
+TEST_F(OneFault, DomClassesAreTriedInTurn) {
+  Lines expected = BidiInitialisation(kQueue, kAddress) + DataMapLoading(1) + Lines{kLoadSucceeded};
+  expected.insert(expected.begin() + 1, "Failed to CoCreateInstance DOMDocument60");
+  ExpectTrace(expected, TraceWithout("CoCreateInstance", 1, true));
+}
+
+TEST_F(OneFault, DataMapThatCannotBeAskedHasNoItems) {
+  const Lines before = BidiInitialisation(kQueue, kAddress) + UpTo(DataMapLoading(1), "CIXML::");
+  const Lines list = Method("CCIXML::GetPathedNodeList",
+                            Method("CCIXML::GetRootNode") + Method("CCIXML::GetPathedNodeList"));
+  const Lines after = {std::string(kNodeList) + " >> Leave", kLoadFailed};
+  ExpectTrace(before + list + Lines{"ERROR: CIXML::SavePathedNodeListToMap  failed to get node list"} + after,
+              TraceWithout("IXMLDOMNode::selectNodes", 1, false));
+  ExpectTrace(
+      before + list + Lines{"ERROR: CIXML::SavePathedNodeListToMap  failed to get nodes count"} + after,
+      TraceWithout("IXMLDOMNodeList::get_length", 1, false));
+  ExpectTrace(before + list +
+                  Lines{"CIXML::SavePathedNodeListToMap - current nodes count = 1",
+                        "ERROR: CIXML::SavePathedNodeListToMap  failed to get pCurElement"} +
+                  after,
+              TraceWithout("IXMLDOMNodeList::get_item", 1, false));
+}
+
+TEST_F(OneFault, LanguageThatCannotBeHadIsTheEmptyText) {
+  printer["locale"] = {{"", "vexmo-print-quality-supported.com.vexmo.pq-mode.21=5"}};
+  WriteDataMap({});
+  TraceWithout("GetLocaleInfoW", 1, true);
+}
+
 }  // namespace
 }  // namespace custom_bidi_test

@@ -2,7 +2,6 @@
 // only while another call has it open. These tests hold it open through the library's own parts, so they are
 // native ones.
 
-#include "pal/test_hooks.h"
 #include "src/trace/trace_log.h"
 #include "tests/support/call_test.h"
 
@@ -83,36 +82,6 @@ TEST_F(HeldTrace, QueueNameTooLongForItsRegistryKey) {
     EXPECT_EQ(Port(queue), (PortAnswer{true, 0}));
     EXPECT_EQ(TakeTrace().empty(), !traced) << length;
   }
-}
-
-TEST_F(HeldTrace, DomClassesAreTriedInTurn) {
-  SetTrace(true);
-  WritePrinter();
-  CustomBidiLong status = 0;
-  pal::FailNthCallOf("CoCreateInstance", 1);
-  EXPECT_EQ(GetPortStatus(ToWide(kQueue).c_str(), &status), 1);
-  EXPECT_TRUE(pal::FaultFired());
-  pal::ClearFaults();
-  Lines expected = PortStatusOf(kAddress);
-  expected.insert(expected.begin() + 1, "Failed to CoCreateInstance DOMDocument60");
-  ExpectTrace(expected, TakeTrace());
-}
-
-// On Windows a process always has the variable unless it removes it; natively the platform layer knows its
-// value.
-TEST_F(HeldTrace, UnknownProcessor) {
-  SetTrace(true);
-  WritePrinter();
-  CustomBidiChar response[128] = {0x55};
-  pal::FailNthCallOf("GetEnvironmentVariableW", 1);
-  EXPECT_EQ(GetStatusData(ToWide(kAddress).c_str(), response), 0);
-  EXPECT_TRUE(pal::FaultFired());
-  pal::ClearFaults();
-  EXPECT_EQ(response[0], 0x55);
-  ExpectTrace({"Load IXO / XDM / IXO Cert Libraries!", ">> IxoWrapper: Invalid DLL Name",
-               ">>>>>Custom Bidi :  Init IO fail!!!",
-               ">>>> Custom Bidi : InitIOWrapperForStatus Initialization failed!!"},
-              TakeTrace());
 }
 
 }  // namespace

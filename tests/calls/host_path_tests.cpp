@@ -48,9 +48,9 @@ class HostPath : public CallTest {
 };
 
 TEST_F(HostPath, ExtensionIsWhatStandsBehindTheLastDotOfTheWholePath) {
-  MakeHost(root_ / "a.b", "app");
+  MakeHost(root_ / "x.y" / "a.b", "app");
   EXPECT_FALSE(Succeeds()) << "there is no configuration";
-  host.Write("elsewhere/a.xml", "<PrinterExtension/>");
+  host.Write("elsewhere/x.y/a.xml", "<PrinterExtension/>");
   EXPECT_TRUE(Succeeds());
 }
 

@@ -88,7 +88,7 @@ TEST_F(StatusData, LibrariesByProcessor) {
   const struct {
     MaybeText processor;
     const char* suffix;
-  } rows[] = {{"AMD64", "64"}, {"ARM64", "64"}, {"x86", "32"}, {"X86", "64"}, {"x86 ", "64"}, {"x8", "64"}};
+  } rows[] = {{"AMD64", "64"}, {"ARM64", "64"}, {"x86", "32"}, {"X86", "64"}, {"x86 ", "64"}, {"", "64"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(*row.processor);
     SetVariable("PROCESSOR_ARCHITECTURE", row.processor);
@@ -100,6 +100,12 @@ TEST_F(StatusData, LibrariesByProcessor) {
     }
     ExpectTrace(expected, TakeTrace());
   }
+}
+
+TEST_F(StatusData, UnknownProcessor) {
+  HideProcessor();
+  ExpectRefused({"Load IXO / XDM / IXO Cert Libraries!", ">> IxoWrapper: Invalid DLL Name", kInitIoFailed,
+                 kInitFailed});
 }
 
 TEST_F(StatusData, NoConfigurationIsRead) {

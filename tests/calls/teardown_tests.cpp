@@ -39,9 +39,10 @@ TEST_F(Teardown, ThreadIsInNoApartmentAfterwards) {
 }
 
 TEST_F(Teardown, ThreadStaysInTheApartmentThatItWasIn) {
-  for (const auto& [own, other] : {std::pair{COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED},
-                                   std::pair{COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}}) {
-    RunOnThread([this, own, other] {
+  constexpr DWORD kSingle = COINIT_APARTMENTTHREADED;
+  constexpr DWORD kMulti = COINIT_MULTITHREADED;
+  for (const DWORD own : {kSingle, kMulti}) {
+    RunOnThread([this, own, other = own == kMulti ? kSingle : kMulti] {
       ASSERT_EQ(CoInitializeEx(nullptr, own), S_OK);
       WritePrinter();
       CustomBidiLong status = 0;

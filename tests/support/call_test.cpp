@@ -72,6 +72,7 @@ void CallTest::SetUp() {
   WriteDataMap({"A"});
   MakeTraceFolder();
   AddQueue(kQueue, kAddress);
+  RemoveQueueKey(kAddress);  // of a run that crashed
   std::filesystem::remove(TraceFile());
 }
 

@@ -43,6 +43,9 @@ void RemoveQueueKey(const std::string& queue);
 /// Sets an environment variable, or with nullopt removes it.
 void SetVariable(const std::string& name, const std::optional<std::string>& value);
 
+/// The next look at PROCESSOR_ARCHITECTURE finds nothing.
+void HideProcessor();
+
 /// What the library has not given back, in words; empty when nothing is left open.
 std::string LeftOpen();
 

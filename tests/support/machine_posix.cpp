@@ -48,6 +48,11 @@ void SetVariable(const std::string& name, const std::optional<std::string>& valu
     unsetenv(name.c_str());
 }
 
+void HideProcessor() {
+  // A variable that is not set has the machine's value.
+  pal::FailNthCallOf("GetEnvironmentVariableW", 1);
+}
+
 std::string LeftOpen() {
   return pal::LiveObjects() == 0 ? "" : pal::DescribeLiveObjects();
 }

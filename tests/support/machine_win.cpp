@@ -40,6 +40,10 @@ void SetVariable(const std::string& name, const std::optional<std::string>& valu
   SetEnvironmentVariableW(ToWide(name).c_str(), value ? ToWide(*value).c_str() : nullptr);
 }
 
+void HideProcessor() {
+  SetVariable("PROCESSOR_ARCHITECTURE", std::nullopt);
+}
+
 std::string LeftOpen() {
   std::string loaded;
   for (const char* name : {"vexmoixo", "vexmobixo32", "vexmobixo64", "vexmoixodm", "vexmobixodm32",

@@ -63,6 +63,7 @@ int RunBidictl(std::vector<std::string> arguments) {
 
 }  // namespace custom_bidi_tools
 
+// NOLINTNEXTLINE(bugprone-exception-escape): with no memory even for the arguments there is nobody to tell
 int main(int argc, char** argv) {
   custom_bidi_tools::PrepareOutput();
   return custom_bidi_tools::RunBidictl(custom_bidi_tools::CommandLineArguments(argc, argv));

@@ -141,9 +141,13 @@ std::vector<Queue> ReadQueues() {
                   });
   const auto* printers = reinterpret_cast<const PRINTER_INFO_2W*>(block.data());
   std::vector<Queue> queues;
-  for (DWORD i = 0; i < count; ++i)
-    queues.push_back(
-        {ToUtf8(printers[i].pPrinterName), printers[i].pPortName ? ToUtf8(printers[i].pPortName) : ""});
+  for (DWORD i = 0; i < count; ++i) {
+    // A bare key in the registry is listed too, without a name.
+    if (printers[i].pPrinterName) {
+      queues.push_back(
+          {ToUtf8(printers[i].pPrinterName), printers[i].pPortName ? ToUtf8(printers[i].pPortName) : ""});
+    }
+  }
   return queues;
 }
 

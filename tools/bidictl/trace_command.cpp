@@ -36,7 +36,7 @@ class TraceReader {
       Print(decoder_.Finish());
     }
     file.seekg(static_cast<std::streamoff>(position_));
-    std::array<char, 64 * 1024> block;
+    std::array<char, size_t{64} * 1024> block;
     while (file.read(block.data(), block.size()), file.gcount() > 0) {
       const std::string_view bytes(block.data(), static_cast<size_t>(file.gcount()));
       position_ += bytes.size();
