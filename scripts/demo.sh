@@ -31,6 +31,24 @@ show() {
   "$@"
 }
 
+# show_code COMMAND...: the same for a command whose exit code tells something.
+show_code() {
+  local code=0
+  printf '\n$ %s\n' "$*"
+  "$@" || code=$?
+  echo "(exit code $code)"
+}
+
+# print_with CERTIFICATE: from now on the printer shows this certificate, a file beside bidictl.
+print_with() {
+  cat >printer.json <<JSON
+{
+  "addresses": {"ports": {"*": {"text": "192.0.2.10", "active": true}}},
+  "certificate": {"file": "$1", "uuid": "6f0d6a52-7c1e-4b1a-9a64-02005e10000a"}
+}
+JSON
+}
+
 for lane in "${lanes[@]}"; do
   build "$lane"
 done
@@ -38,7 +56,9 @@ done
 # A home of the demo's own: the queue and the trace below touch nothing else.
 export CUSTOMBIDI_HOME="$PWD/build/demo-home"
 rm -rf "$CUSTOMBIDI_HOME"
-cd build/native/hosts/simulated
+host=$PWD/build/native/hosts/simulated
+cd "$host"
+rm -f printer.json
 
 show ./bidictl queue add Office --port 192.0.2.10
 show ./bidictl trace on Office
@@ -49,6 +69,31 @@ show ./bidictl status 192.0.2.10 --pretty
 show ./bidictl port Office
 printf '\n$ %s\n' "./bidictl trace show Office   (without the lines of the XML wrapper)"
 ./bidictl trace show Office | grep -v CCIXML
+
+# A password goes in through standard input, never on the command line.
+printf '\n$ %s\n' "printf 'correct horse' | ./bidictl password save Office --user jdoe --target 'Office SE'"
+printf 'correct horse' | ./bidictl password save Office --user jdoe --target 'Office SE'
+show ./bidictl password test Office --user jdoe --target 'Office SE'
+show ./bidictl password delete Office --user jdoe --target 'Office SE'
+show_code ./bidictl password test Office --user jdoe --target 'Office SE'
+
+show ./bidictl certificate show Office --user jdoe
+show_code ./bidictl certificate verify Office --user jdoe
+show ./bidictl certificate trust Office --user jdoe
+show_code ./bidictl certificate verify Office --user jdoe
+
+trap 'rm -f "$host/printer.json"' EXIT
+../../../../tests/certificates/make_certificates.sh openssl .
+echo
+echo "The printer's certificate is replaced:"
+print_with renewed.der
+show_code ./bidictl certificate verify Office --user jdoe
+echo
+echo "It is replaced by one that has expired, and that one is trusted:"
+print_with expired.der
+show ./bidictl certificate trust Office --user jdoe --yes
+show_code ./bidictl certificate verify Office --user jdoe
+rm -f printer.json
 
 if [ ${#lanes[@]} -gt 1 ]; then
   answer=$(./bidictl items Office)
