@@ -147,10 +147,12 @@ HRESULT CertificateHandlingWrapper::GetDeviceCertificate() {
   }
   DWORD length_bytes = 0;
   if (AskForCertificate(provider_, nullptr, &length_bytes) == 0) {
-    std::vector<BYTE> certificate(length_bytes);
-    if (AskForCertificate(provider_, certificate.data(), &length_bytes) == 0 && length_bytes > 0) {
-      // A library that now names more than it was given room for has not filled it.
-      certificate.resize(std::min<size_t>(length_bytes, certificate.size()));
+    const DWORD room_bytes = length_bytes;
+    std::vector<BYTE> certificate(size_t{room_bytes} + 1);  // a null buffer would ask for the length again
+    const DWORD code = AskForCertificate(provider_, certificate.data(), &length_bytes);
+    // What a library names beyond the room that it was given cannot be there.
+    certificate.resize(std::min(length_bytes, room_bytes));
+    if (code == 0 && !certificate.empty()) {
       certificate_ = std::move(certificate);
       TraceLog(W("[CertificateHandlingWrapper]:GetDeviceCertificate API Succeded"));
       return S_OK;
