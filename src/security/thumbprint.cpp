@@ -51,6 +51,9 @@ std::vector<BYTE> ThumbprintOf(std::span<const BYTE> certificate) {
   std::vector<BYTE> thumbprint(size_bytes);
   if (FAILED(GetThumbprint(context.Get(), thumbprint.data(), &size_bytes)))
     fail();
+  // A reading that fails can still tell the size. What it left unwritten must never count as a match.
+  if (std::ranges::all_of(thumbprint, [](BYTE byte) { return byte == 0; }))
+    fail();
   return thumbprint;
 }
 
