@@ -6,6 +6,7 @@ scripts/setup.sh native test || exit 1
 
 status=0
 mapfile -t sources < <(git ls-files '*.h' '*.cpp' '*.c')
+[ ${#sources[@]} -gt 0 ] || { echo 'lint: git names no sources here' >&2; exit 1; }
 
 if ! clang-format --dry-run -Werror "${sources[@]}"; then
   echo "lint: some files are not formatted; mend them with: clang-format -i <file>" >&2

@@ -6,7 +6,7 @@ set -euo pipefail
 declare -A groups=(
   [native]="g++ cmake ninja-build libxml2-dev libssl-dev openssl nlohmann-json3-dev libcli11-dev"
   [windows]="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64"
-  [test]="googletest libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy"
+  [test]="git googletest libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy"
 )
 
 missing=()
