@@ -73,7 +73,7 @@ Secret ReadHiddenLine(const std::string& prompt) {
   const SilentTerminal silent;
   std::fputs(prompt.c_str(), stderr);
   Secret line;
-  while (!line.room().empty() && !(line.bytes().size() > 0 && line.bytes().back() == '\n')) {
+  while (!line.room().empty() && (line.bytes().empty() || line.bytes().back() != '\n')) {
     const size_t count = ReadInput(line.room());
     if (count == 0)
       break;
