@@ -39,12 +39,13 @@ show_code() {
   echo "(exit code $code)"
 }
 
-# print_with CERTIFICATE: from now on the printer shows this certificate, a file beside bidictl.
+# print_with NAME: from now on the printer shows this certificate.
 print_with() {
+  cp "$certificates/$1.der" certificate.der
   cat >printer.json <<JSON
 {
   "addresses": {"ports": {"*": {"text": "192.0.2.10", "active": true}}},
-  "certificate": {"file": "$1", "uuid": "6f0d6a52-7c1e-4b1a-9a64-02005e10000a"}
+  "certificate": {"file": "certificate.der", "uuid": "6f0d6a52-7c1e-4b1a-9a64-02005e10000a"}
 }
 JSON
 }
@@ -71,29 +72,30 @@ printf '\n$ %s\n' "./bidictl trace show Office   (without the lines of the XML w
 ./bidictl trace show Office | grep -v CCIXML
 
 # A password goes in through standard input, never on the command line.
-printf '\n$ %s\n' "printf 'correct horse' | ./bidictl password save Office --user jdoe --target 'Office SE'"
-printf 'correct horse' | ./bidictl password save Office --user jdoe --target 'Office SE'
-show ./bidictl password test Office --user jdoe --target 'Office SE'
-show ./bidictl password delete Office --user jdoe --target 'Office SE'
-show_code ./bidictl password test Office --user jdoe --target 'Office SE'
+printf '\n$ %s\n' "printf 'correct horse' | ./bidictl password save Office --user jdoe --target OfficeSE"
+printf 'correct horse' | ./bidictl password save Office --user jdoe --target OfficeSE
+show ./bidictl password test Office --user jdoe --target OfficeSE
+show ./bidictl password delete Office --user jdoe --target OfficeSE
+show_code ./bidictl password test Office --user jdoe --target OfficeSE
 
 show ./bidictl certificate show Office --user jdoe
 show_code ./bidictl certificate verify Office --user jdoe
 show ./bidictl certificate trust Office --user jdoe
 show_code ./bidictl certificate verify Office --user jdoe
 
-trap 'rm -f "$host/printer.json"' EXIT
-../../../../tests/certificates/make_certificates.sh openssl .
+certificates=$CUSTOMBIDI_HOME/certificates
+trap 'rm -f "$host"/printer.json "$host"/certificate.der' EXIT
+../../../../tests/certificates/make_certificates.sh openssl "$certificates"
 echo
 echo "The printer's certificate is replaced:"
-print_with renewed.der
+print_with renewed
 show_code ./bidictl certificate verify Office --user jdoe
 echo
 echo "It is replaced by one that has expired, and that one is trusted:"
-print_with expired.der
+print_with expired
 show ./bidictl certificate trust Office --user jdoe --yes
 show_code ./bidictl certificate verify Office --user jdoe
-rm -f printer.json
+rm -f printer.json certificate.der
 
 if [ ${#lanes[@]} -gt 1 ]; then
   answer=$(./bidictl items Office)
@@ -107,6 +109,10 @@ if [ ${#lanes[@]} -gt 1 ]; then
   show wine bidictl.exe queue add Office --port 192.0.2.10
   show wine bidictl.exe status 192.0.2.10
   show wine bidictl.exe port Office
+  printf '\n$ %s\n' "printf 'correct horse' | wine bidictl.exe password save Office --user jdoe --target OfficeSE"
+  printf 'correct horse' | wine bidictl.exe password save Office --user jdoe --target OfficeSE
+  show wine bidictl.exe password test Office --user jdoe --target OfficeSE
+  show wine bidictl.exe password delete Office --user jdoe --target OfficeSE
   printf '\n$ %s\n' "wine bidictl.exe items Office"
   if [ "$(wine bidictl.exe items Office | tr -d '\r')" = "$answer" ]; then
     echo "(the same answer as on Linux, byte for byte)"
