@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "ixo/simulated/host_files.h"
+#include "ixo/support/host_files.h"
 
 namespace custom_bidi::simulated {
 namespace {
@@ -18,9 +18,9 @@ SRWLOCK log_lock = SRWLOCK_INIT;
 bool log_begun = false;
 
 void Append(const std::string& file, const std::string& line) {
-  const Locked locked(log_lock);
+  const device::Locked locked(log_lock);
   const bool begun = std::exchange(log_begun, true);
-  AppendBesideHost(file.c_str(), begun ? line : kFirstLine + line);
+  device::AppendBesideHost(file.c_str(), begun ? line : kFirstLine + line);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // The certificate library: the credential vault, and the simulated printer's certificate.
 
-#include <algorithm>
-#include <list>
+#include <atomic>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -19,51 +18,37 @@ constexpr DWORD kWithoutDevice = 1;
 /// In the log: no object was made or given.
 constexpr char kNone[] = "none";
 
-/// Objects that are out until their callers give them back, or until the library is unloaded.
+/// Objects that are out, under names of their own in the log.
 template <class Object>
-class Lent {
+class Named {
  public:
-  /// Their names in the log begin with `kind`.
-  explicit Lent(const char* kind) : kind_(kind) {}
+  /// Their names begin with `kind`.
+  explicit Named(const char* kind) : kind_(kind) {}
 
   template <class... Arguments>
   Object* Make(Arguments&&... arguments) {
-    const Locked locked(lock_);
-    return &objects_.emplace_back(kind_ + ("-" + std::to_string(++made_)),
-                                  std::forward<Arguments>(arguments)...);
+    return lent_.Make(kind_ + ("-" + std::to_string(++made_)), std::forward<Arguments>(arguments)...);
   }
 
-  /// The name in the log of whatever a caller gives back.
+  /// The name of whatever a caller gives back.
   std::string NameOf(const void* object) {
     if (!object) {
       return kNone;
     }
-    const Locked locked(lock_);
-    const auto found = Find(object);
-    return found == objects_.end() ? "unknown" : found->Name();
+    const Object* const lent = lent_.Find(object);
+    return lent ? lent->Name() : "unknown";
   }
 
-  void TakeBack(const void* object) {
-    const Locked locked(lock_);
-    if (const auto found = Find(object); found != objects_.end()) {
-      objects_.erase(found);
-    }
-  }
+  void TakeBack(const void* object) { lent_.TakeBack(object); }
 
  private:
-  /// An object has a single base, at its beginning.
-  auto Find(const void* object) {
-    return std::ranges::find_if(objects_, [object](const Object& lent) { return &lent == object; });
-  }
-
   const char* const kind_;
-  SRWLOCK lock_ = SRWLOCK_INIT;
-  size_t made_ = 0;
-  std::list<Object> objects_;
+  std::atomic<size_t> made_ = 0;
+  device::Lent<Object> lent_;
 };
 
-Lent<SimulatedVaultStoreProvider> vault_providers("vault");
-Lent<SimulatedCertificateProvider> certificate_providers("certificate");
+Named<SimulatedVaultStoreProvider> vault_providers("vault");
+Named<SimulatedCertificateProvider> certificate_providers("certificate");
 
 /// Makes an object, unless the printer's file says otherwise, and notes which.
 template <class Make>
@@ -83,7 +68,7 @@ auto Create(Operation operation, Make&& make) -> decltype(make()) {
 }
 
 template <class Object>
-void Dispose(Operation operation, Lent<Object>& lent, const void* object) {
+void Dispose(Operation operation, Named<Object>& lent, const void* object) {
   if (CertificateLibrary().ThePrinter()) {
     EnterNoted(operation, lent.NameOf(object));
   }

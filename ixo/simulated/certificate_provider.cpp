@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "ixo/simulated/certificate_calls.h"
-#include "ixo/simulated/certificate_date.h"
+#include "ixo/support/certificate_date.h"
 
 namespace custom_bidi::simulated {
 namespace {
@@ -11,12 +11,6 @@ namespace {
 bool AsksForRsaKey(const ixo::KeyTypeList* key_types) {
   return key_types && key_types->count == 1 && key_types->names && key_types->names[0] &&
          WStringView(key_types->names[0]) == W("RSA");
-}
-
-/// The code within an HRESULT that was made of one; any other as it stands.
-DWORD CodeOf(HRESULT result) {
-  const auto bits = static_cast<DWORD>(result);
-  return (bits & 0xFFFF0000) == 0x80070000 ? bits & 0xFFFF : bits;
 }
 
 }  // namespace
@@ -37,11 +31,11 @@ HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_
 
 HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const {
   if (!certificate_ || !certificate_->uuid) {
-    return ResultFromWin32(ERROR_NOT_FOUND);
+    return device::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const WString& text = *certificate_->uuid;
   if (text.size() >= capacity_chars && !certificate_->uuid_length) {
-    return ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
+    return device::ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
   }
   const size_t length = std::min<size_t>(text.size(), capacity_chars - 1);
   std::copy_n(text.begin(), length, uuid);
@@ -67,7 +61,7 @@ HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* c
 
 HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const {
   if (!certificate_) {
-    return ResultFromWin32(ERROR_NOT_FOUND);
+    return device::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const std::vector<DWORD>& warnings = certificate_->warnings;
   std::copy_n(warnings.begin(), std::min<size_t>(warnings.size(), capacity), codes);
@@ -127,7 +121,7 @@ HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
     return Remember(course.result);
   }
   bool holds = false;
-  const HRESULT result = CheckDates({bytes, length_bytes}, holds);
+  const HRESULT result = device::CheckDates({bytes, length_bytes}, holds);
   *valid = holds ? 1 : 0;
   return Remember(FAILED(result) ? result : course.result);
 }
@@ -143,7 +137,7 @@ DWORD SimulatedCertificateProvider::GetLastErrorCode() {
 /// Keeps the code of a failure, and gives the result back.
 HRESULT SimulatedCertificateProvider::Remember(HRESULT result) {
   if (result != S_OK) {
-    last_error_ = CodeOf(result);
+    last_error_ = device::CodeOf(result);
   }
   return result;
 }

@@ -1,8 +1,5 @@
 // The data-map library: items, SNMP objects and locale strings of the simulated printer.
 
-#include <algorithm>
-#include <map>
-#include <memory>
 #include <type_traits>
 
 #include "ixo/simulated/library.h"
@@ -11,23 +8,20 @@
 namespace custom_bidi::simulated {
 namespace {
 
-/// What the device answers when it does not know an item or object.
-constexpr HRESULT kElementNotFound = ResultFromWin32(1168);
-
 /// GetDeviceLocaleStrings for a language that the device does not have.
 constexpr LONG kNoSuchLanguage = 1;
 
 Library library;
 
-HRESULT Deliver(const Course& course, const Value* found, VARIANT* value) {
+HRESULT Deliver(const Course& course, const device::Value* found, VARIANT* value) {
   if (course.StopsWork()) {
     if (course.give_null) {
-      Value::NullText().CopyTo(value);
+      device::Value::NullText().CopyTo(value);
     }
     return course.result;
   }
   if (!found) {
-    return kElementNotFound;
+    return device::kElementNotFound;
   }
   found->CopyTo(value);
   return course.result;
@@ -67,32 +61,9 @@ class SimulatedOidProvider final : public ixo::OidProvider {
   }
 };
 
-/// The string buffers that are out. Each is exactly as long as its text, so that a reader who goes too far is
-/// seen.
-class StringBuffers {
- public:
-  WCHAR* Make(const WString& text) {
-    auto buffer = std::make_unique<WCHAR[]>(text.size() + 1);
-    std::ranges::copy(text, buffer.get());
-    const Locked locked(lock_);
-    WCHAR* const handed_out = buffer.get();
-    buffers_.emplace(handed_out, std::move(buffer));
-    return handed_out;
-  }
-
-  void Dispose(WCHAR* buffer) {
-    const Locked locked(lock_);
-    buffers_.erase(buffer);
-  }
-
- private:
-  SRWLOCK lock_ = SRWLOCK_INIT;
-  std::map<const WCHAR*, std::unique_ptr<WCHAR[]>> buffers_;
-};
-
-Keep<SimulatedDataCollection> collections;
-Keep<SimulatedOidProvider> oid_providers;
-StringBuffers string_buffers;
+device::Keep<SimulatedDataCollection> collections;
+device::Keep<SimulatedOidProvider> oid_providers;
+device::StringBuffers string_buffers;
 
 }  // namespace
 
@@ -114,7 +85,7 @@ HRESULT CreateDataCollectionFromFile(ixo::PrinterAddress* address,
     return course.result;
   }
   if (const DWORD code = CheckMapFile(xml_path)) {
-    return ResultFromWin32(code);
+    return device::ResultFromWin32(code);
   }
   *collection = collections.Make();
   return course.result;

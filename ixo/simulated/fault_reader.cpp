@@ -18,18 +18,18 @@ bool HasCode(Fault::Kind kind) {
 }
 
 /// "null" or "throw", the kinds that need nothing more said.
-Fault::Kind PlainKind(const Json& json, const std::string& where) {
+Fault::Kind PlainKind(const device::Json& json, const std::string& where) {
   for (const auto& [name, kind] : kKinds) {
     if (json == name && !HasCode(kind)) {
       return kind;
     }
   }
-  Fail(where, "unknown fault " + json.dump());
+  device::Fail(where, "unknown fault " + json.dump());
 }
 
 /// Reads the one member that says what happens: {"hresult": code}, {"raise": code}, {"null": true}, {"throw":
 /// true}.
-void ReadKind(const Json& json, const std::string& where, Fault& fault) {
+void ReadKind(const device::Json& json, const std::string& where, Fault& fault) {
   int kinds_named = 0;
   for (const auto& [name, kind] : kKinds) {
     if (!json.contains(name)) {
@@ -38,36 +38,36 @@ void ReadKind(const Json& json, const std::string& where, Fault& fault) {
     ++kinds_named;
     fault.kind = kind;
     if (HasCode(kind)) {
-      fault.code = CodeFrom(json[name], Member(where, name));
+      fault.code = device::CodeFrom(json[name], device::Member(where, name));
     } else if (json[name] != true) {
-      Fail(Member(where, name), "true is expected, not " + json[name].dump());
+      device::Fail(device::Member(where, name), "true is expected, not " + json[name].dump());
     }
   }
   if (kinds_named != 1) {
-    Fail(where, "one of \"null\", \"hresult\", \"raise\" and \"throw\" is expected");
+    device::Fail(where, "one of \"null\", \"hresult\", \"raise\" and \"throw\" is expected");
   }
 }
 
-Fault FaultFrom(const Json& json, const std::string& where) {
+Fault FaultFrom(const device::Json& json, const std::string& where) {
   Fault fault;
   if (json.is_string()) {
     fault.kind = PlainKind(json, where);
     return fault;
   }
-  RequireMembers(json, {"null", "hresult", "raise", "throw", "deliver", "only", "call"}, where);
+  device::RequireMembers(json, {"null", "hresult", "raise", "throw", "deliver", "only", "call"}, where);
   ReadKind(json, where, fault);
   if (json.contains("deliver")) {
     if (fault.kind != Fault::Kind::kResult || json["deliver"] != true) {
-      Fail(Member(where, "deliver"), "true is expected, and a \"hresult\" beside it");
+      device::Fail(device::Member(where, "deliver"), "true is expected, and a \"hresult\" beside it");
     }
     fault.deliver = true;
   }
   if (json.contains("only")) {
-    fault.only = TextFrom(json["only"], Member(where, "only"));
+    fault.only = device::TextFrom(json["only"], device::Member(where, "only"));
   }
   if (json.contains("call")) {
-    fault.call = static_cast<uint64_t>(
-        IntegerFrom(json["call"], 1, std::numeric_limits<uint32_t>::max(), Member(where, "call")));
+    fault.call = static_cast<uint64_t>(device::IntegerFrom(
+        json["call"], 1, std::numeric_limits<uint32_t>::max(), device::Member(where, "call")));
   }
   return fault;
 }
@@ -75,19 +75,19 @@ Fault FaultFrom(const Json& json, const std::string& where) {
 /// Fails for what would never have an effect.
 void RequireMeaning(const Fault& fault, const OperationTraits& operation, const std::string& where) {
   if (fault.kind == Fault::Kind::kNull && !operation.has_null) {
-    Fail(where, "the operation gives nothing that could be null");
+    device::Fail(where, "the operation gives nothing that could be null");
   }
   if (fault.kind == Fault::Kind::kResult && !operation.has_result) {
-    Fail(where, "the operation has no \"hresult\"");
+    device::Fail(where, "the operation has no \"hresult\"");
   }
   if (fault.only && !operation.has_subject) {
-    Fail(where, "the operation is asked for no name, so there is nothing for \"only\"");
+    device::Fail(where, "the operation is asked for no name, so there is nothing for \"only\"");
   }
 }
 
 }  // namespace
 
-void AddFaults(const Json& json,
+void AddFaults(const device::Json& json,
                Operation operation,
                const WString* subject,
                const std::string& where,
@@ -102,21 +102,22 @@ void AddFaults(const Json& json,
   RequireMeaning(fault, kOperations[static_cast<size_t>(operation)], where);
   if (subject) {
     if (fault.only) {
-      Fail(where, "\"only\" has no place in an entry's own fault");
+      device::Fail(where, "\"only\" has no place in an entry's own fault");
     }
     fault.only = *subject;
   }
   printer.faults[static_cast<size_t>(operation)].push_back(std::move(fault));
 }
 
-void AddFaultsByOperation(const Json& json, const std::string& where, Printer& printer) {
-  RequireObject(json, where);
+void AddFaultsByOperation(const device::Json& json, const std::string& where, Printer& printer) {
+  device::RequireObject(json, where);
   for (const auto& [name, faults] : json.items()) {
     const auto* const found = std::ranges::find(kOperations, name, &OperationTraits::name);
     if (found == std::end(kOperations)) {
-      Fail(where, "unknown operation " + Json(name).dump());
+      device::Fail(where, "unknown operation " + device::Json(name).dump());
     }
-    AddFaults(faults, static_cast<Operation>(found - kOperations), nullptr, Member(where, name), printer);
+    AddFaults(faults, static_cast<Operation>(found - kOperations), nullptr, device::Member(where, name),
+              printer);
   }
 }
 

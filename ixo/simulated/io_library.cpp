@@ -33,7 +33,7 @@ class SimulatedAddress final : public ixo::PrinterAddress {
   const bool active_;
 };
 
-Keep<SimulatedAddress> addresses;
+device::Keep<SimulatedAddress> addresses;
 
 ixo::PrinterAddress* MakeAddress(Operation operation, AddressKind kind, const WCHAR* name) {
   const Printer* const printer = library.ThePrinter();

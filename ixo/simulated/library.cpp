@@ -7,8 +7,8 @@
 #include <string>
 
 #include "ixo/simulated/default_printer.h"
-#include "ixo/simulated/host_files.h"
 #include "ixo/simulated/printer_reader.h"
+#include "ixo/support/host_files.h"
 
 namespace custom_bidi::simulated {
 namespace {
@@ -17,7 +17,7 @@ std::unique_ptr<const Printer> TryReadPrinter() {
   constexpr char kFileName[] = "printer.json";
   std::string shown_path = kFileName;
   try {
-    const std::optional<std::string> content = ReadBesideHost(kFileName, shown_path);
+    const std::optional<std::string> content = device::ReadBesideHost(kFileName, shown_path);
     return std::make_unique<const Printer>(ReadPrinter(content ? *content : kDefaultPrinter));
   } catch (const std::exception& error) {
     std::fputs((shown_path + ": " + error.what() + "\n").c_str(), stderr);
@@ -28,7 +28,7 @@ std::unique_ptr<const Printer> TryReadPrinter() {
 }  // namespace
 
 const Printer* Library::ThePrinter() {
-  const Locked locked(lock_);
+  const device::Locked locked(lock_);
   if (!read_) {
     read_ = true;
     printer_ = TryReadPrinter();

@@ -3,31 +3,14 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <list>
 #include <memory>
-#include <utility>
 
 #include "ixo/simulated/printer.h"
+#include "ixo/support/objects.h"
+#include "ixo/support/results.h"
 #include "src/deviceio/ixo_contract.h"
 
 namespace custom_bidi::simulated {
-
-/// Holds a lock for the length of a block. A plain lock of the system: it leaves nothing behind in the
-/// process when the library is unloaded.
-class Locked {
- public:
-  explicit Locked(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
-  ~Locked() { ReleaseSRWLockExclusive(&lock_); }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-
- private:
-  SRWLOCK& lock_;
-};
-
-constexpr HRESULT ResultFromWin32(DWORD code) {
-  return static_cast<HRESULT>(0x80070000u | code);
-}
 
 /// What a call is to do in place of its work, or together with it.
 struct Course {
@@ -61,21 +44,6 @@ class Library {
   bool read_ = false;
   std::unique_ptr<const Printer> printer_;
   std::array<std::atomic<uint64_t>, kOperationCount> calls_{};
-};
-
-/// Owns the objects that a library hands out, which nobody gives back, until it is unloaded.
-template <class Object>
-class Keep {
- public:
-  template <class... Arguments>
-  Object* Make(Arguments&&... arguments) {
-    const Locked locked(lock_);
-    return &objects_.emplace_back(std::forward<Arguments>(arguments)...);
-  }
-
- private:
-  SRWLOCK lock_ = SRWLOCK_INIT;
-  std::list<Object> objects_;
 };
 
 }  // namespace custom_bidi::simulated

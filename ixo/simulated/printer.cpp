@@ -24,11 +24,11 @@ const Address* Printer::FindAddress(AddressKind kind, WStringView name) const {
   return entry && *entry ? &**entry : nullptr;
 }
 
-const Value* Printer::FindItem(WStringView name) const {
+const device::Value* Printer::FindItem(WStringView name) const {
   return Find(items, name);
 }
 
-const Value* Printer::FindOid(WStringView oid) const {
+const device::Value* Printer::FindOid(WStringView oid) const {
   return Find(oids, oid);
 }
 

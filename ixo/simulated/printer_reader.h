@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "ixo/simulated/json_parts.h"
 #include "ixo/simulated/printer.h"
+#include "ixo/support/json_parts.h"
 
 namespace custom_bidi::simulated {
 
@@ -13,19 +13,19 @@ Printer ReadPrinter(std::string_view json_text);
 
 /// Adds the faults of one operation to those that `printer` has: one fault, or an array of them. With
 /// `subject`, which is an item's or OID's name, they concern that alone and name no other.
-void AddFaults(const Json& json,
+void AddFaults(const device::Json& json,
                Operation operation,
                const WString* subject,
                const std::string& where,
                Printer& printer);
 
 /// Adds what the file's member "certificate" says, and reads the file that it names.
-void AddCertificate(const Json& json, const std::string& where, Printer& printer);
+void AddCertificate(const device::Json& json, const std::string& where, Printer& printer);
 
 /// The name of a file beside the executable: plain ASCII, and no path.
-std::string FileNameFrom(const Json& json, const std::string& where);
+std::string FileNameFrom(const device::Json& json, const std::string& where);
 
 /// Adds the faults listed by operation in the file's member "faults".
-void AddFaultsByOperation(const Json& json, const std::string& where, Printer& printer);
+void AddFaultsByOperation(const device::Json& json, const std::string& where, Printer& printer);
 
 }  // namespace custom_bidi::simulated

@@ -41,7 +41,7 @@ HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* lengt
   }
   vault::SecureBytes loaded;
   if (const DWORD code = vault::Load(target_, user_, loaded)) {
-    return ResultFromWin32(code);
+    return device::ResultFromWin32(code);
   }
   handed_out_ = std::move(loaded);
   *bytes = handed_out_.data();

@@ -1,4 +1,4 @@
-#include "ixo/simulated/certificate_date.h"
+#include "ixo/support/certificate_date.h"
 
 #include <openssl/err.h>
 #include <openssl/x509.h>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <memory>
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 /// What CryptoAPI says of bytes that are no certificate.
@@ -38,4 +38,4 @@ HRESULT CheckDates(std::span<const BYTE> der, bool& valid) {
   return S_OK;
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

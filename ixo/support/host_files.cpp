@@ -1,4 +1,4 @@
-#include "ixo/simulated/host_files.h"
+#include "ixo/support/host_files.h"
 
 #include <array>
 #include <cerrno>
@@ -6,9 +6,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "ixo/simulated/host_folder.h"
+#include "ixo/support/host_folder.h"
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 struct CloseFile {
@@ -46,4 +46,4 @@ void AppendBesideHost(const char* name, std::string_view text) {
   }
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

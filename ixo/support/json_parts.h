@@ -9,11 +9,11 @@
 
 #include "src/platform.h"
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 
 using Json = nlohmann::json;
 
-/// What is wrong with a printer's file, with the place in it.
+/// What is wrong with a file of JSON, with the place in it.
 class DescriptionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -45,4 +45,4 @@ int64_t IntegerFrom(const Json& json, int64_t lowest, int64_t highest, const std
 /// A 32-bit code: a number, negative or not, or a text such as "0x80004005".
 DWORD CodeFrom(const Json& json, const std::string& where);
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

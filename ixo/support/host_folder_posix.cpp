@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <climits>
 
-#include "ixo/simulated/host_folder.h"
+#include "ixo/support/host_folder.h"
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 
 std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_path) {
   std::array<char, PATH_MAX> executable;
@@ -21,4 +21,4 @@ std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_
   return std::fopen(shown_path.c_str(), opening == Opening::kRead ? "rbe" : "abe");
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

@@ -1,8 +1,8 @@
-#include "ixo/simulated/host_folder.h"
+#include "ixo/support/host_folder.h"
 
 #include "src/deviceio/ixo_contract.h"
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 WString ExecutablePath() {
@@ -39,4 +39,4 @@ std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_
   return _wfopen(path.c_str(), opening == Opening::kRead ? W("rbN") : W("abN"));
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

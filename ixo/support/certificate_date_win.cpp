@@ -1,8 +1,8 @@
-#include "ixo/simulated/certificate_date.h"
+#include "ixo/support/certificate_date.h"
 
 #include <memory>
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 struct FreeContext {
@@ -22,4 +22,4 @@ HRESULT CheckDates(std::span<const BYTE> der, bool& valid) {
   return S_OK;
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

@@ -1,11 +1,11 @@
-#include "ixo/simulated/json_parts.h"
+#include "ixo/support/json_parts.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 /// The number of bytes of the sequence that `lead` starts.
@@ -103,4 +103,4 @@ DWORD CodeFrom(const Json& json, const std::string& where) {
   Fail(where, "a 32-bit code such as \"0x80004005\" is expected, not " + json.dump());
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

@@ -1,9 +1,9 @@
-#include "ixo/simulated/value.h"
+#include "ixo/support/value.h"
 
 #include <limits>
 #include <new>
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 namespace {
 
 template <class Integer>
@@ -99,4 +99,4 @@ std::pair<int64_t, int64_t> RangeOf(VARTYPE type) {
   }
 }
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-namespace custom_bidi::simulated {
+namespace custom_bidi::device {
 
 enum class Opening { kRead, kAppend };
 
@@ -12,4 +12,4 @@ enum class Opening { kRead, kAppend };
 /// file. `shown_path` receives the whole path as UTF-8.
 std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_path);
 
-}  // namespace custom_bidi::simulated
+}  // namespace custom_bidi::device

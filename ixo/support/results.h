@@ -1,0 +1,22 @@
+#pragma once
+
+/// The codes that the stand-ins answer with.
+
+#include "src/platform.h"
+
+namespace custom_bidi::device {
+
+constexpr HRESULT ResultFromWin32(DWORD code) {
+  return static_cast<HRESULT>(0x80070000u | code);
+}
+
+/// The code within an HRESULT that was made of one; any other as it stands.
+constexpr DWORD CodeOf(HRESULT result) {
+  const auto bits = static_cast<DWORD>(result);
+  return (bits & 0xFFFF0000) == 0x80070000 ? bits & 0xFFFF : bits;
+}
+
+/// What the device answers when it does not know an item or object.
+inline constexpr HRESULT kElementNotFound = ResultFromWin32(1168);
+
+}  // namespace custom_bidi::device
