@@ -6,6 +6,7 @@
 #include "pal/accounting.h"
 #include "pal/dom_document.h"
 #include "pal/guarded.h"
+#include "pal/xml_library.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ HRESULT CoCreateInstance(REFCLSID class_id, IUnknown* outer, DWORD context, REFI
     return E_INVALIDARG;
   const bool is_dom_document = std::find(std::begin(kDomDocumentClasses), std::end(kDomDocumentClasses),
                                          class_id) != std::end(kDomDocumentClasses);
-  if (!is_dom_document)
+  if (!is_dom_document || !pal::HasXmlLibrary())
     return REGDB_E_CLASSNOTREG;
   return pal::GuardedMethod([&] { return pal::CreateDomDocument(iid, object); });
 }

@@ -75,7 +75,7 @@ class DomDocument final : public DomNodeBase<IXMLDOMDocument3> {
 
   HRESULT get_documentElement(IXMLDOMElement** element) override {
     return Answer("IXMLDOMDocument::get_documentElement", element, [&]() -> HRESULT {
-      xmlNode* root = tree_ && tree_->document ? xmlDocGetRootElement(tree_->document.get()) : nullptr;
+      xmlNode* root = tree_ && tree_->document ? Xml().xmlDocGetRootElement(tree_->document.get()) : nullptr;
       return root ? HandOut(MakeNode({tree_, root}), element) : S_FALSE;
     });
   }

@@ -1,11 +1,8 @@
-#include <dlfcn.h>
-#include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <limits>
-#include <mutex>
 
 #include "pal/dom_tree.h"
 #include "pal/error_codes.h"
@@ -83,23 +80,7 @@ void OnDoctype(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
   log.has_doctype = true;
   log.line = parser->input->line;
   log.position = parser->input->col;
-  xmlStopParser(parser);
-}
-
-// libxml2 keeps memory for each thread that used it and frees it when the thread ends. Were it unloaded
-// before, with the module that brought it, that memory would be lost.
-void KeepXmlLibraryLoaded() {
-  Dl_info library{};
-  if (dladdr(reinterpret_cast<const void*>(&xmlInitParser), &library))
-    dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
-void InitialiseXmlLibrary() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    KeepXmlLibraryLoaded();
-    xmlInitParser();
-  });
+  Xml().xmlStopParser(parser);
 }
 
 DomError ReadError(DWORD code) {
@@ -133,9 +114,8 @@ DomError SyntaxError(const ParseLog& log) {
 }
 
 void Parse(const std::string& bytes, DomTree& tree) {
-  InitialiseXmlLibrary();
-  const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> parser(xmlNewParserCtxt(),
-                                                                          xmlFreeParserCtxt);
+  const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> parser(Xml().xmlNewParserCtxt(),
+                                                                          Xml().xmlFreeParserCtxt);
   if (!parser)
     throw std::bad_alloc();
   ParseLog log;
@@ -143,8 +123,8 @@ void Parse(const std::string& bytes, DomTree& tree) {
   parser->_private = &log;
   parser->sax->internalSubset = OnDoctype;
   // Nothing is fetched, no entity is replaced, and libxml2's limits on depth and size stand.
-  tree.document.reset(xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                        nullptr, XML_PARSE_NONET | XML_PARSE_BIG_LINES));
+  tree.document.reset(Xml().xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()),
+                                              nullptr, nullptr, XML_PARSE_NONET | XML_PARSE_BIG_LINES));
   if (log.xml_error == XML_ERR_NO_MEMORY)
     throw std::bad_alloc();
   if (!tree.document || !parser->nsWellFormed || log.has_doctype) {
@@ -156,13 +136,14 @@ void Parse(const std::string& bytes, DomTree& tree) {
 }  // namespace
 
 ScopedXmlErrors::ScopedXmlErrors(xmlStructuredErrorFunc handler, void* context)
-    : former_handler_(xmlStructuredError), former_context_(xmlStructuredErrorContext) {
-  xmlSetStructuredErrorFunc(context, handler);
+    : former_handler_(*Xml().xmlStructuredErrorPlace()),
+      former_context_(*Xml().xmlStructuredErrorContextPlace()) {
+  Xml().xmlSetStructuredErrorFunc(context, handler);
 }
 
 ScopedXmlErrors::~ScopedXmlErrors() {
-  xmlResetLastError();
-  xmlSetStructuredErrorFunc(former_context_, former_handler_);
+  Xml().xmlResetLastError();
+  Xml().xmlSetStructuredErrorFunc(former_context_, former_handler_);
 }
 
 DomTreePtr LoadDomTree(std::u16string_view path) {

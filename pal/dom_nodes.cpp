@@ -1,7 +1,5 @@
 #include "pal/dom_nodes.h"
 
-#include <libxml/xpath.h>
-
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -129,14 +127,14 @@ HRESULT Evaluate(const NodeInTree& at, BSTR query, std::vector<xmlNode*>* nodes)
 
   const ScopedXmlErrors errors(IgnoreXmlError, nullptr);
   const std::unique_ptr<xmlXPathContext, void (*)(xmlXPathContextPtr)> context(
-      xmlXPathNewContext(at.tree->document.get()), xmlXPathFreeContext);
+      Xml().xmlXPathNewContext(at.tree->document.get()), Xml().xmlXPathFreeContext);
   if (!context)
     throw std::bad_alloc();
   context->node = at.node;
   const std::string expression = ToUtf8(text);
   const std::unique_ptr<xmlXPathObject, void (*)(xmlXPathObjectPtr)> result(
-      xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), context.get()),
-      xmlXPathFreeObject);
+      Xml().xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), context.get()),
+      Xml().xmlXPathFreeObject);
   if (!result || result->type != XPATH_NODESET)
     return E_FAIL;
   if (xmlXPathNodeSetIsEmpty(result->nodesetval))
@@ -173,7 +171,7 @@ HRESULT SelectSingleNode(const NodeInTree& at, BSTR query, IXMLDOMNode** node) {
 HRESULT GetText(const NodeInTree& at, BSTR* text) {
   if (!at.node)
     return S_FALSE;
-  const std::unique_ptr<xmlChar, void (*)(void*)> content(xmlNodeGetContent(at.node), xmlFree);
+  const std::unique_ptr<xmlChar, void (*)(void*)> content(Xml().xmlNodeGetContent(at.node), *Xml().xmlFree);
   const std::u16string whole = FromXml(content.get());
   std::u16string_view shown = whole;
   if (at.node->type != XML_ATTRIBUTE_NODE) {

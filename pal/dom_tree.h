@@ -1,12 +1,11 @@
 #pragma once
 
-#include <libxml/tree.h>
-
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "pal/types.h"
+#include "pal/xml_library.h"
 
 namespace pal {
 
@@ -18,7 +17,7 @@ struct DomError {
 };
 
 struct FreeXmlDocument {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+  void operator()(xmlDoc* document) const { Xml().xmlFreeDoc(document); }
 };
 
 /// What a load made: the tree, or null and why. It never changes, and every object of the DOM that stands for

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "pal/accounting.h"
+#include "pal/cups_queues.h"
 #include "pal/guarded.h"
 #include "pal/handle_table.h"
 #include "pal/home.h"
@@ -39,12 +40,12 @@ DWORD FindQueue(std::u16string_view name, Printer* printer) {
   if (code != ERROR_SUCCESS)
     return code;
   const std::u16string key = KeyOfQueue(name);
-  if (!registry.HasKey(key))
-    return ERROR_INVALID_PRINTER_NAME;
   printer->name = name;
   if (const pal::RegistryValue* port = registry.FindValue(key, u"Port"))
     printer->port = port->Text();
-  return ERROR_SUCCESS;
+  if (!printer->port)
+    printer->port = pal::FindCupsDevice(name);
+  return printer->port || registry.HasKey(key) ? ERROR_SUCCESS : ERROR_INVALID_PRINTER_NAME;
 }
 
 size_t SizeOf(const std::u16string& text) {

@@ -1,7 +1,8 @@
 #pragma once
 
 /// The print queues. A queue is a key below SYSTEM\CurrentControlSet\Control\Print\Printers of
-/// HKEY_LOCAL_MACHINE; its text value `Port` names the port.
+/// HKEY_LOCAL_MACHINE; its text value `Port` names the port. One that is not there, or has no port there, is
+/// asked of CUPS, whose device URI is the port's name.
 
 #include "pal/error_codes.h"
 #include "pal/types.h"

@@ -9,7 +9,7 @@ case "${1:-}" in -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 lanes=("$@")
 [ ${#lanes[@]} -gt 0 ] || lanes=(native asan tsan windows)
 
-scripts/setup.sh native windows test || exit 1
+scripts/setup.sh native windows test peers || exit 1
 
 passed=0 failed=0
 declare -A summary

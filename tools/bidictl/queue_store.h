@@ -6,7 +6,8 @@
 #include <vector>
 
 /// The machine's print queues with their ports, and the trace switch of each: on Windows those of the
-/// spooler, elsewhere those of the registry file that the library reads in its place. All text is UTF-8.
+/// spooler, elsewhere those of the registry file that the library reads in its place, and those of CUPS that
+/// have no port there. All text is UTF-8.
 ///
 /// Queue names are compared without regard to case. Every function throws QueueError, with one line that says
 /// what is wrong, when it cannot do what it is asked.
@@ -27,13 +28,13 @@ class QueueError : public std::runtime_error {
 void CheckQueueName(const std::string& name);
 void CheckPortName(const std::string& port);
 
-/// Adds a queue. Throws when there is one of that name.
+/// Adds a queue. Throws when there is one of that name, but not for one of CUPS: the new one comes first.
 void AddQueue(const std::string& name, const std::string& port);
 
 /// All queues, in the order of their names.
 std::vector<Queue> ListQueues();
 
-/// Removes a queue with its trace switch. Throws when there is none of that name.
+/// Removes a queue with its trace switch. Throws when there is none of that name, and for one of CUPS.
 void RemoveQueue(const std::string& name);
 
 /// Switches the trace of a queue that exists.

@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include "pal/cups_queues.h"
 #include "pal/home.h"
 #include "pal/registry_file.h"
+#include "pal/text.h"
 #include "tools/bidictl/queue_store.h"
 #include "tools/bidictl/text.h"
 
@@ -85,10 +87,30 @@ std::u16string KeyOf(const std::string& name) {
   return std::u16string(kPrintersKey) + u'\\' + ToWide(name).value();
 }
 
+bool HasPort(const pal::RegistryFile& registry, const std::string& name) {
+  return registry.FindValue(KeyOf(name), kPortValue) != nullptr;
+}
+
+bool IsCupsQueue(const std::string& name) {
+  return pal::FindCupsDevice(ToWide(name).value()).has_value();
+}
+
 void Require(const pal::RegistryFile& registry, const std::string& name) {
   CheckQueueName(name);
-  if (!registry.HasKey(KeyOf(name)))
+  if (!registry.HasKey(KeyOf(name)) && !IsCupsQueue(name))
     throw QueueError("there is no queue '" + name + "'; 'bidictl queue list' shows the queues");
+}
+
+/// Gives CUPS's queues to those of the registry that have no port of their own, and adds the others.
+void AddCupsQueues(std::vector<Queue>& queues) {
+  const auto folded = [](const Queue& queue) { return pal::FoldCase(ToWide(queue.name).value_or(u"")); };
+  for (const auto& [name, device_uri] : pal::ListCupsQueues()) {
+    const auto known = std::ranges::find(queues, pal::FoldCase(name), folded);
+    if (known == queues.end())
+      queues.push_back({ToUtf8(name), ToUtf8(device_uri)});
+    else if (known->port.empty())
+      known->port = ToUtf8(device_uri);
+  }
 }
 
 void SetValue(RegistryEdit& edit, const std::u16string& key, const char16_t* name, pal::RegistryValue value) {
@@ -102,7 +124,7 @@ void AddQueue(const std::string& name, const std::string& port) {
   CheckQueueName(name);
   CheckPortName(port);
   RegistryEdit edit;
-  if (edit->HasKey(KeyOf(name)))
+  if (HasPort(*edit, name))  // without one, it is there for the trace switch of a queue of CUPS
     throw QueueError("there is a queue '" + name + "' already; remove it first");
   SetValue(edit, KeyOf(name), kPortValue, pal::RegistryValue::FromText(ToWide(port).value()));
   edit.Save();
@@ -115,6 +137,7 @@ std::vector<Queue> ListQueues() {
     const auto* value = registry.FindValue(std::u16string(kPrintersKey) + u'\\' + name, kPortValue);
     queues.push_back({ToUtf8(name), value ? ToUtf8(value->Text().value_or(u"")) : ""});
   }
+  AddCupsQueues(queues);
   std::ranges::sort(queues, {}, &Queue::name);
   return queues;
 }
@@ -126,6 +149,8 @@ void RequireQueue(const std::string& name) {
 void RemoveQueue(const std::string& name) {
   RegistryEdit edit;
   Require(*edit, name);
+  if (!HasPort(*edit, name) && IsCupsQueue(name))
+    throw QueueError("the queue '" + name + "' is one of CUPS, which removes it with 'lpadmin -x'");
   edit->RemoveKey(KeyOf(name));
   edit.Save();
 }
