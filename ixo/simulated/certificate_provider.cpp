@@ -3,17 +3,10 @@
 #include <algorithm>
 
 #include "ixo/simulated/certificate_calls.h"
+#include "ixo/support/certificate_answers.h"
 #include "ixo/support/certificate_date.h"
 
 namespace custom_bidi::simulated {
-namespace {
-
-bool AsksForRsaKey(const ixo::KeyTypeList* key_types) {
-  return key_types && key_types->count == 1 && key_types->names && key_types->names[0] &&
-         WStringView(key_types->names[0]) == W("RSA");
-}
-
-}  // namespace
 
 HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
   if (!uuid || capacity_chars == 0 || !length_chars) {
@@ -75,7 +68,7 @@ DWORD SimulatedCertificateProvider::GetDeviceCertificate(const ixo::KeyTypeList*
                                                          const WORD* eight,
                                                          DWORD ten,
                                                          DWORD* unread) {
-  if (!AsksForRsaKey(key_types) || !length_bytes || !eight || *eight != 8 || ten != 10 || !unread) {
+  if (!device::IsCertificateQuestion(key_types, length_bytes, eight, ten, unread)) {
     return ERROR_INVALID_PARAMETER;
   }
   const Course course = EnterNoted(Operation::kCertificateGetDeviceCertificate, name_);
@@ -96,17 +89,7 @@ DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_b
     *length_bytes = 0;
     return ERROR_NOT_FOUND;
   }
-  const std::vector<BYTE>& der = *certificate_->der;
-  const DWORD capacity_bytes = *length_bytes;
-  *length_bytes = static_cast<DWORD>(der.size());
-  if (!bytes) {
-    return ERROR_SUCCESS;
-  }
-  if (capacity_bytes < der.size()) {
-    return ERROR_INSUFFICIENT_BUFFER;
-  }
-  std::ranges::copy(der, bytes);
-  return ERROR_SUCCESS;
+  return device::AnswerCertificate(*certificate_->der, bytes, length_bytes);
 }
 
 HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,

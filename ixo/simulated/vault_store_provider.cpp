@@ -1,21 +1,10 @@
 #include "ixo/simulated/vault_store_provider.h"
 
 #include "ixo/simulated/certificate_calls.h"
+#include "ixo/support/vault_names.h"
 #include "ixo/vault/vault.h"
 
 namespace custom_bidi::simulated {
-namespace {
-
-HRESULT Take(const WCHAR* given, size_t max_chars, WString& name) {
-  const WStringView text = given ? given : WStringView();
-  if (text.empty() || text.size() > max_chars) {
-    return E_INVALIDARG;
-  }
-  name = text;
-  return S_OK;
-}
-
-}  // namespace
 
 DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_bytes) {
   const Course course = EnterNoted(Operation::kVaultSaveTarget, name_, target_);
@@ -89,7 +78,7 @@ HRESULT SimulatedVaultStoreProvider::SetName(Operation operation,
   if (course.StopsWork()) {
     return course.result;
   }
-  const HRESULT result = Take(given, max_chars, name);
+  const HRESULT result = device::TakeVaultName(given, max_chars, name);
   return FAILED(result) ? result : course.result;
 }
 

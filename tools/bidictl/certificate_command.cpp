@@ -46,7 +46,7 @@ class PrinterCertificate {
         record_(GetDeviceCertificate(user_.c_str(), queue_.c_str(), mode)) {
     if (!record_) {
       throw CommandError("no certificate could be read from the printer behind '" + options.queue + "'. " +
-                         kWhereToLook);
+                         WhereToLook());
     }
     target_ = WideArgument("target name", CertificateTarget(options.user, record_.device_uuid()));
   }
@@ -162,7 +162,7 @@ int Verify(const CertificateOptions& options) {
     throw CommandError(
         std::string("the check could not be run to its end: the vault, what it keeps or the dates could not "
                     "be read. ") +
-            kWhereToLook,
+            WhereToLook(),
         kExitNotChecked);
   }
   const Verdict verdict = JudgeCheck(before, *after, is_kept);
@@ -206,7 +206,7 @@ void Trust(const CertificateOptions& options) {
   if (!printer.Keep()) {
     throw CommandError("the certificate, of " + std::to_string(printer.certificate().size()) +
                        " bytes, was not kept. A vault has a limit: that of Windows takes 2560 bytes. " +
-                       kWhereToLook);
+                       WhereToLook());
   }
   Print("The vault now keeps the certificate with the SHA-256 thumbprint " + text->sha256 + ".\n");
 }

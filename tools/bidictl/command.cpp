@@ -1,8 +1,24 @@
 #include "tools/bidictl/command.h"
 
 #include <cstdio>
+#include <filesystem>
+
+#include "tools/bidictl/console.h"
 
 namespace custom_bidi_tools {
+
+std::string WhereToLook() {
+  // The library cuts the program's path at its last dot, wherever that is.
+  const std::string program = ProgramPath();
+  const std::string configuration = program.substr(0, program.rfind('.')) + ".xml";
+  std::error_code error;
+  const std::filesystem::path file(std::u8string(configuration.begin(), configuration.end()));
+  if (!program.empty() && !std::filesystem::exists(file, error)) {
+    return "The library looks for its configuration in '" + configuration + "', which is not there.";
+  }
+  return "Are the device libraries beside this program? 'bidictl trace on QUEUE' and, after another try, "
+         "'bidictl trace show' tell more.";
+}
 
 WideString WideArgument(const std::string& what, const std::string& argument) {
   auto wide = ToWide(argument);

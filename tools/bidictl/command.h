@@ -17,11 +17,9 @@ enum ExitCode {
   kExitUsage = 64,  ///< the command line was not understood
 };
 
-/// What a message says when a call for a queue failed, for the library tells no reason but in its trace.
-inline constexpr char kWhereToLook[] =
-    "Are the configuration file bidictl.xml and the device libraries beside this program? 'bidictl trace on "
-    "QUEUE' "
-    "and, after another try, 'bidictl trace show' tell more.";
+/// What a message says when a call for a queue failed, for the library tells no reason but in its trace: that
+/// the library's configuration is not where it looks for it, or else where to look.
+std::string WhereToLook();
 
 /// Ends a command with one line on standard error.
 class CommandError : public std::runtime_error {

@@ -10,6 +10,9 @@ namespace custom_bidi_tools {
 /// The arguments behind the program's name, as UTF-8 where the system can tell.
 std::vector<std::string> CommandLineArguments(int argc, char** argv);
 
+/// The running program's file as UTF-8; empty when the system does not tell.
+std::string ProgramPath();
+
 /// Makes standard output and the console take UTF-8 as it stands. Called once, at the start.
 void PrepareOutput();
 

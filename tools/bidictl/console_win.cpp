@@ -24,6 +24,12 @@ std::vector<std::string> CommandLineArguments(int /*argc*/, char** /*argv*/) {
   return arguments;
 }
 
+std::string ProgramPath() {
+  std::wstring path(32768, L'\0');  // no path is longer
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return ToUtf8(path);
+}
+
 void PrepareOutput() {
   // The console keeps its code page when the program has ended.
   static const UINT previous_code_page = GetConsoleOutputCP();

@@ -46,7 +46,7 @@ std::string ReadItems(const ItemsOptions& options) {
   if (!GetBidiResponse(answer.get(), queue.c_str(), default_cid.c_str(),
                        pointers.empty() ? nullptr : pointers.data(), count)) {
     throw CommandError("nothing could be read for '" + options.queue +
-                       "'. Is the queue known ('bidictl queue list')? " + kWhereToLook);
+                       "'. Is the queue known ('bidictl queue list')? " + WhereToLook());
   }
   return ToUtf8(answer.get());
 }

@@ -31,7 +31,7 @@ void Save(const PasswordOptions& options) {
   const Secret password = ReadPassword(/*confirm=*/true);
   if (!SavePassword(password.bytes().data(), static_cast<CustomBidiDword>(password.bytes().size()),
                     names.user.c_str(), names.target.c_str(), names.queue.c_str())) {
-    throw CommandError(std::string("the password was not saved. ") + kWhereToLook);
+    throw CommandError(std::string("the password was not saved. ") + WhereToLook());
   }
   Print("The password is saved.\n");
 }
@@ -49,7 +49,7 @@ int Test(const PasswordOptions& options) {
 void Delete(const PasswordOptions& options) {
   const Names names(options);
   if (!DeletePassword(names.user.c_str(), names.target.c_str(), names.queue.c_str())) {
-    throw CommandError(std::string("the password was not deleted; perhaps there is none. ") + kWhereToLook);
+    throw CommandError(std::string("the password was not deleted; perhaps there is none. ") + WhereToLook());
   }
   Print("The password is deleted.\n");
 }

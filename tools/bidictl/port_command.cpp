@@ -29,7 +29,7 @@ int PrintPort(const std::string& queue) {
     Print("There is no network device behind the queue's port, or there is no such queue.\n");
     return kExitNoDevice;
   }
-  throw CommandError("the port of '" + queue + "' could not be asked. " + kWhereToLook, kExitPortFailed);
+  throw CommandError("the port of '" + queue + "' could not be asked. " + WhereToLook(), kExitPortFailed);
 }
 
 }  // namespace

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+
+#include "ixo/network/tls_probe.h"
+#include "src/deviceio/ixo_contract.h"
+
+namespace custom_bidi::network {
+
+/// Tells what a device on a network presents as its certificate, and its UUID. Either is asked for at its
+/// first use and remembered, failure included, so that a device that is not there costs one deadline.
+///
+/// The certificate is handed out whatever its key is, although an RSA key is all that can be asked for:
+/// callers show certificates, compare and keep them, which they can do with any, and many printers have none
+/// but one with an EC key.
+///
+/// Without a device every read fails with ERROR_NOT_FOUND; dates can be checked with any provider.
+class NetworkCertificateProvider final : public ixo::CertificateProvider {
+ public:
+  NetworkCertificateProvider() = default;
+  /// Both outlive the provider.
+  NetworkCertificateProvider(DeviceAddress& address, const Settings& settings)
+      : address_(&address), settings_(&settings) {}
+
+  void Reserved0() override {}
+  /// Without the "urn:uuid:" that the printer writes in front. ERROR_NOT_FOUND when the printer has none.
+  HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
+  HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
+  /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
+  /// is needed, when that is too little.
+  DWORD GetDeviceCertificate(const ixo::KeyTypeList* key_types,
+                             BYTE* bytes,
+                             DWORD* length_bytes,
+                             const WORD* eight,
+                             DWORD ten,
+                             DWORD* unread) override;
+  void Reserved4() override {}
+  void Reserved5() override {}
+  HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
+  void Reserved7() override {}
+  DWORD GetLastErrorCode() override { return last_error_; }
+
+ private:
+  DWORD ReadCertificate();
+  DWORD ReadUuid();
+  DWORD Remember(DWORD code);
+
+  DeviceAddress* const address_ = nullptr;
+  const Settings* const settings_ = nullptr;
+  PresentedCertificate presented_;
+  std::optional<DWORD> presented_code_;
+  WString uuid_;
+  std::optional<DWORD> uuid_code_;
+  DWORD last_error_ = ERROR_SUCCESS;
+};
+
+}  // namespace custom_bidi::network

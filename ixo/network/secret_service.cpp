@@ -1,0 +1,135 @@
+#include "ixo/network/secret_service.h"
+
+#include "ixo/network/keyring.h"
+#include "ixo/vault/entry_names.h"
+#include "ixo/vault/vault.h"
+#include "pal/text.h"
+
+namespace custom_bidi::network::secret_service {
+namespace {
+
+DWORD CheckNames(WStringView target, WStringView user) {
+  if (const DWORD code = vault::CheckNames(target, user)) {
+    return code;
+  }
+  // Two names must not become one on their way into UTF-8.
+  return pal::IsValidUtf16(target) && pal::IsValidUtf16(user) ? ERROR_SUCCESS : ERROR_INVALID_NAME;
+}
+
+/// Does `operation` with the entry's names and the items that have them.
+template <class Operation>
+DWORD WithEntry(WStringView target, WStringView user, Operation&& operation) {
+  if (const DWORD code = CheckNames(target, user)) {
+    return code;
+  }
+  const std::string bus_address = SessionBusAddress();
+  const GlibLibrary* const library = bus_address.empty() ? nullptr : TheGlibLibrary();
+  if (!library) {
+    return kNobodyAnswers;
+  }
+  Keyring keyring(*library, Deadline(kSecretServiceTime));
+  if (const DWORD code = keyring.Connect(bus_address)) {
+    return code;
+  }
+  const KeyringNames names{.target = pal::ToUtf8(target), .user = pal::ToUtf8(user)};
+  Keyring::Found found;
+  if (const DWORD code = keyring.Search(names, found)) {
+    return code;
+  }
+  return operation(keyring, names, found);
+}
+
+/// Why there is no entry: ERROR_NOT_FOUND, or a code that says that it cannot be known. Some services do not
+/// tell what a locked collection holds.
+DWORD ReasonForNone(Keyring& keyring) {
+  std::string collection;
+  if (const DWORD code = keyring.FindDefaultCollection(collection)) {
+    return code;
+  }
+  bool locked = false;
+  const DWORD code = collection.empty() ? DWORD{ERROR_SUCCESS} : keyring.IsLocked(collection, locked);
+  if (code != ERROR_SUCCESS) {
+    return code;
+  }
+  return locked ? ERROR_ACCESS_DENIED : ERROR_NOT_FOUND;
+}
+
+DWORD SaveNew(Keyring& keyring, const KeyringNames& names, std::span<const BYTE> bytes) {
+  std::string collection;
+  if (const DWORD code = keyring.FindDefaultCollection(collection)) {
+    return code;
+  }
+  if (collection.empty()) {
+    return kNoKeyring;
+  }
+  bool locked = false;
+  if (const DWORD code = keyring.IsLocked(collection, locked)) {
+    return code;
+  }
+  return locked ? DWORD{ERROR_ACCESS_DENIED} : keyring.Create(collection, names, bytes);
+}
+
+}  // namespace
+
+DWORD Save(WStringView target, WStringView user, std::span<const BYTE> bytes) {
+  if (bytes.size() > vault::kMaxEntryBytes) {
+    const DWORD code = CheckNames(target, user);
+    return code == ERROR_SUCCESS ? vault::kTooLarge : code;
+  }
+  return WithEntry(target, user,
+                   [bytes](Keyring& keyring, const KeyringNames& names, const Keyring::Found& found) {
+                     if (!found.locked.empty()) {
+                       return DWORD{ERROR_ACCESS_DENIED};
+                     }
+                     // An item is written over where it is, which need not be the default collection.
+                     for (const std::string& item : found.unlocked) {
+                       if (const DWORD code = keyring.SetSecret(item, bytes); code != ERROR_NOT_FOUND) {
+                         return code;
+                       }
+                     }
+                     return SaveNew(keyring, names, bytes);
+                   });
+}
+
+DWORD Load(WStringView target, WStringView user, vault::SecureBytes& bytes) {
+  bytes.clear();
+  return WithEntry(target, user,
+                   [&bytes](Keyring& keyring, const KeyringNames&, const Keyring::Found& found) {
+                     if (!found.unlocked.empty()) {
+                       return keyring.GetSecret(found.unlocked.front(), bytes);
+                     }
+                     return found.locked.empty() ? ReasonForNone(keyring) : DWORD{ERROR_ACCESS_DENIED};
+                   });
+}
+
+DWORD Delete(WStringView target, WStringView user) {
+  return WithEntry(target, user, [](Keyring& keyring, const KeyringNames&, const Keyring::Found& found) {
+    if (!found.locked.empty()) {
+      return DWORD{ERROR_ACCESS_DENIED};
+    }
+    if (found.unlocked.empty()) {
+      return ReasonForNone(keyring);
+    }
+    for (const std::string& item : found.unlocked) {
+      if (const DWORD code = keyring.Delete(item)) {
+        return code;
+      }
+    }
+    return DWORD{ERROR_SUCCESS};
+  });
+}
+
+DWORD IsPresent(WStringView target, WStringView user, bool& present) {
+  return WithEntry(target, user,
+                   [&present](Keyring& keyring, const KeyringNames&, const Keyring::Found& found) {
+                     const bool is_found = !found.unlocked.empty() || !found.locked.empty();
+                     const DWORD code = is_found ? DWORD{ERROR_SUCCESS} : ReasonForNone(keyring);
+                     if (code != ERROR_SUCCESS && code != ERROR_NOT_FOUND) {
+                       return code;
+                     }
+                     present = is_found;
+                     return DWORD{ERROR_SUCCESS};
+                   });
+}
+
+}  // namespace custom_bidi::network::secret_service
