@@ -2,18 +2,19 @@
 # Builds everything and asks the simulated printer what a printer driver's extension would ask it.
 #   scripts/demo.sh             on Linux, then the same answer from the Windows DLL under Wine
 #   scripts/demo.sh --linux     on Linux alone: fewer packages, half the time
+#   scripts/demo.sh --real      asks real servers on this machine instead: CUPS's printer and spooler, an SNMP agent
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 lanes=(native windows)
+real=
 case "${1:-}" in
   "") ;;
   --linux) lanes=(native) ;;
-  -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;;
+  --real) real=yes ;;
+  -h | --help) sed -n '2,5s/^# \{0,1\}//p' "$0"; exit 0 ;;
   *) echo "demo.sh: unknown option '$1' (see --help)" >&2; exit 2 ;;
 esac
-
-scripts/setup.sh "${lanes[@]}"
 
 # build LANE: the library, the simulated device family and bidictl, without the tests.
 build() {
@@ -50,6 +51,13 @@ print_with() {
 JSON
 }
 
+if [ "$real" ]; then
+  # shellcheck source=scripts/demo_real.sh
+  . scripts/demo_real.sh
+  exit
+fi
+
+scripts/setup.sh "${lanes[@]}"
 for lane in "${lanes[@]}"; do
   build "$lane"
 done
