@@ -5,6 +5,7 @@
 
 #include "ixo/network/device.h"
 #include "ixo/network/oid_provider.h"
+#include "ixo/support/contract_bases.h"
 #include "ixo/support/objects.h"
 #include "ixo/support/results.h"
 
@@ -30,15 +31,9 @@ class Devices {
   std::map<uint64_t, Device> devices_;
 };
 
-class NetworkDataCollection final : public ixo::DataCollection {
+class NetworkDataCollection final : public device::DataCollection {
  public:
   explicit NetworkDataCollection(Device& device) : device_(device) {}
-
-  void Reserved0() override {}
-  void Reserved1() override {}
-  void Reserved2() override {}
-  void Reserved3() override {}
-  void Reserved4() override {}
 
   HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
     return name && value ? device_.ReadItem(name, value) : E_INVALIDARG;

@@ -30,7 +30,8 @@ void Device::Describe(DataMap map) {
   const device::Locked locked(lock_);
   map_ = std::move(map);
   asked_ = false;
-  attributes_.clear();
+  speaks_ipp_ = !AttributesOf(map_).empty();
+  answers_.emplace_back();
   oids_.Describe(OidsOf(map_));
 }
 
@@ -51,13 +52,20 @@ const device::Value* Device::FindItem(WStringView name) {
   }
   const ItemSource& source = item->second;
   const device::Value* const found = source.ipp.empty() ? nullptr : FindAttribute(source.ipp);
-  return found || source.oid.empty() ? found : oids_.FindItem(source.oid);
+  if (found || source.oid.empty()) {
+    return found;
+  }
+  if (speaks_ipp_) {
+    // First, since a printer whose SNMP is blocked would else seem not to be there at all.
+    AskForAttributes();
+  }
+  return oids_.FindItem(source.oid);
 }
 
 const device::Value* Device::FindAttribute(const std::string& name) {
   AskForAttributes();
-  const auto found = attributes_.find(name);
-  return found == attributes_.end() ? nullptr : &found->second;
+  const auto found = answers_.back().find(name);
+  return found == answers_.back().end() ? nullptr : &found->second;
 }
 
 /// For everything at once, and once: a failure is the answer to all that follows.
@@ -77,7 +85,7 @@ void Device::AskForAttributes() {
   strings_uri_ = FirstTextOf(answer, kStringsUriAttribute);
   for (const std::string& name : names) {
     if (std::optional<device::Value> value = ValueOf(answer, name)) {
-      attributes_.emplace(name, std::move(*value));
+      answers_.back().emplace(name, std::move(*value));
     }
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <optional>
+#include <list>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -43,11 +44,13 @@ class Device {
 
   SRWLOCK lock_ = SRWLOCK_INIT;
   DataMap map_;
+  bool speaks_ipp_ = false;  // according to the map
   bool asked_ = false;
   DWORD code_ = ERROR_SUCCESS;  // of the asking
   std::string language_;        // that was asked in
   std::string strings_uri_;
-  std::map<std::string, device::Value, std::less<>> attributes_;
+  /// What was handed out stays, so each description has an answer of its own; the last is the present one.
+  std::list<std::map<std::string, device::Value, std::less<>>> answers_{1};
 };
 
 }  // namespace custom_bidi::network

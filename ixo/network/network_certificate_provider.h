@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "ixo/network/tls_probe.h"
-#include "src/deviceio/ixo_contract.h"
+#include "ixo/support/contract_bases.h"
 
 namespace custom_bidi::network {
 
@@ -15,14 +15,13 @@ namespace custom_bidi::network {
 /// but one with an EC key.
 ///
 /// Without a device every read fails with ERROR_NOT_FOUND; dates can be checked with any provider.
-class NetworkCertificateProvider final : public ixo::CertificateProvider {
+class NetworkCertificateProvider final : public device::CertificateProvider {
  public:
   NetworkCertificateProvider() = default;
   /// Both outlive the provider.
   NetworkCertificateProvider(DeviceAddress& address, const Settings& settings)
       : address_(&address), settings_(&settings) {}
 
-  void Reserved0() override {}
   /// Without the "urn:uuid:" that the printer writes in front. ERROR_NOT_FOUND when the printer has none.
   HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
   HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
@@ -34,10 +33,7 @@ class NetworkCertificateProvider final : public ixo::CertificateProvider {
                              const WORD* eight,
                              DWORD ten,
                              DWORD* unread) override;
-  void Reserved4() override {}
-  void Reserved5() override {}
   HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
-  void Reserved7() override {}
   DWORD GetLastErrorCode() override { return last_error_; }
 
  private:

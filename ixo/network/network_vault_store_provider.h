@@ -1,21 +1,15 @@
 #pragma once
 
+#include "ixo/support/contract_bases.h"
 #include "ixo/vault/secure_bytes.h"
-#include "src/deviceio/ixo_contract.h"
 
 namespace custom_bidi::network {
 
 /// Acts on one entry of the user's keyring or vault (network_vault.h). Until both names are set, or when one
 /// was refused, it has no entry: there is none present, and every other operation fails with
 /// ERROR_INVALID_PARAMETER.
-class NetworkVaultStoreProvider final : public ixo::VaultStoreProvider {
+class NetworkVaultStoreProvider final : public device::VaultStoreProvider {
  public:
-  void Reserved0() override {}
-  void Reserved1() override {}
-  void Reserved2() override {}
-  void Reserved3() override {}
-  void Reserved4() override {}
-  void Reserved5() override {}
   DWORD SaveTarget(const BYTE* bytes, DWORD length_bytes) override;
   /// The bytes stay until this is called again or the provider goes, and are wiped then. Null when the entry
   /// is empty.

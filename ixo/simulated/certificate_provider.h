@@ -3,12 +3,12 @@
 #include <string>
 
 #include "ixo/simulated/printer.h"
-#include "src/deviceio/ixo_contract.h"
+#include "ixo/support/contract_bases.h"
 
 namespace custom_bidi::simulated {
 
 /// Tells what the printer's file says of its certificate.
-class SimulatedCertificateProvider final : public ixo::CertificateProvider {
+class SimulatedCertificateProvider final : public device::CertificateProvider {
  public:
   /// `name` is for the log; without a `certificate`, which may be null, every read fails.
   SimulatedCertificateProvider(std::string name, const Certificate* certificate)
@@ -16,7 +16,6 @@ class SimulatedCertificateProvider final : public ixo::CertificateProvider {
 
   const std::string& Name() const { return name_; }
 
-  void Reserved0() override {}
   HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
   HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
   /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
@@ -27,10 +26,7 @@ class SimulatedCertificateProvider final : public ixo::CertificateProvider {
                              const WORD* eight,
                              DWORD ten,
                              DWORD* unread) override;
-  void Reserved4() override {}
-  void Reserved5() override {}
   HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
-  void Reserved7() override {}
   DWORD GetLastErrorCode() override;
 
  private:

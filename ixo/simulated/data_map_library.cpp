@@ -4,6 +4,7 @@
 
 #include "ixo/simulated/library.h"
 #include "ixo/simulated/map_file.h"
+#include "ixo/support/contract_bases.h"
 
 namespace custom_bidi::simulated {
 namespace {
@@ -27,14 +28,8 @@ HRESULT Deliver(const Course& course, const device::Value* found, VARIANT* value
   return course.result;
 }
 
-class SimulatedDataCollection final : public ixo::DataCollection {
+class SimulatedDataCollection final : public device::DataCollection {
  public:
-  void Reserved0() override {}
-  void Reserved1() override {}
-  void Reserved2() override {}
-  void Reserved3() override {}
-  void Reserved4() override {}
-
   HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
     if (!name || !value) {
       return E_INVALIDARG;
@@ -44,14 +39,8 @@ class SimulatedDataCollection final : public ixo::DataCollection {
   }
 };
 
-class SimulatedOidProvider final : public ixo::OidProvider {
+class SimulatedOidProvider final : public device::OidProvider {
  public:
-  void Reserved0() override {}
-  void Reserved1() override {}
-  void Reserved2() override {}
-  void Reserved3() override {}
-  void Reserved4() override {}
-
   HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
     if (!oid || !value) {
       return E_INVALIDARG;

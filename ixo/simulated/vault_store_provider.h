@@ -3,26 +3,20 @@
 #include <string>
 
 #include "ixo/simulated/operation.h"
+#include "ixo/support/contract_bases.h"
 #include "ixo/vault/secure_bytes.h"
-#include "src/deviceio/ixo_contract.h"
 
 namespace custom_bidi::simulated {
 
 /// Acts on one entry of the credential vault. Until both names are set, or when one was refused, it has no
 /// entry: there is none present, and every other operation fails with ERROR_INVALID_PARAMETER.
-class SimulatedVaultStoreProvider final : public ixo::VaultStoreProvider {
+class SimulatedVaultStoreProvider final : public device::VaultStoreProvider {
  public:
   /// `name` is for the log.
   explicit SimulatedVaultStoreProvider(std::string name) : name_(std::move(name)) {}
 
   const std::string& Name() const { return name_; }
 
-  void Reserved0() override {}
-  void Reserved1() override {}
-  void Reserved2() override {}
-  void Reserved3() override {}
-  void Reserved4() override {}
-  void Reserved5() override {}
   DWORD SaveTarget(const BYTE* bytes, DWORD length_bytes) override;
   /// The bytes stay until this is called again or the provider goes, and are wiped then. Null when the entry
   /// is empty.
