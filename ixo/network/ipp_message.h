@@ -40,7 +40,12 @@ enum class IppTag : uint8_t {
   kMemberName = 0x4A,
 };
 
-struct IppMember;
+struct IppValue;
+
+struct IppMember {
+  std::string name;
+  std::vector<IppValue> values;
+};
 
 struct IppValue {
   IppTag tag = IppTag::kNoValue;
@@ -48,11 +53,6 @@ struct IppValue {
   std::string bytes = {};
   std::string language = {};
   std::vector<IppMember> members = {};  // of a collection
-};
-
-struct IppMember {
-  std::string name;
-  std::vector<IppValue> values;
 };
 
 struct IppVersion {
