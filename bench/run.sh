@@ -4,5 +4,9 @@
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
 cmake -S "$root" --preset native > /dev/null
-cmake --build "$root/build/native" --target custom_bidi_bench > /dev/null
-exec "$root/build/native/bench/host/custom_bidi_bench" "$@"
+cmake --build "$root/build/native" --target custom_bidi_bench network_bench > /dev/null
+missed=0
+"$root/build/native/bench/host/custom_bidi_bench" "$@" || missed=1
+echo
+"$root/build/native/bench/network_bench" "$root/build/native/hosts/network" || missed=1
+exit $missed

@@ -2,6 +2,7 @@
 
 #include <netdb.h>
 #include <netinet/in.h>
+#include <strings.h>
 
 #include <array>
 #include <cstring>
@@ -57,6 +58,19 @@ DWORD Ask(const std::string& host, const std::string& port, Deadline deadline, A
   return state == 0 ? DWORD{ERROR_SUCCESS} : kHostUnknown;
 }
 
+/// What needs no name service: an address, and the name of this machine itself (RFC 6761, section 6.3).
+bool Know(const std::string& host, const std::string& port, AddressList& list) {
+  const bool is_own = strcasecmp(host.c_str(), "localhost") == 0;
+  const addrinfo hints = Hints(is_own ? 0 : AI_NUMERICHOST);
+  addrinfo* known = nullptr;
+  // Without a host it is the loopback interface, of IPv6 and IPv4.
+  if (getaddrinfo(is_own ? nullptr : host.c_str(), port.c_str(), &hints, &known) != 0) {
+    return false;
+  }
+  list.reset(known);
+  return true;
+}
+
 }  // namespace
 
 bool SocketAddress::IsSameHost(const SocketAddress& other) const {
@@ -90,13 +104,9 @@ DWORD Resolve(const std::string& host,
               std::vector<SocketAddress>& addresses) {
   addresses.clear();
   const std::string service = std::to_string(port);
-  addrinfo* numeric = nullptr;
-  const addrinfo hints = Hints(AI_NUMERICHOST);
-  // What is an address needs no name service.
   AddressList list;
-  if (getaddrinfo(host.c_str(), service.c_str(), &hints, &numeric) == 0) {
-    list.reset(numeric);
-  } else if (const DWORD code = Ask(host, service, deadline, list)) {
+  const DWORD code = Know(host, service, list) ? DWORD{ERROR_SUCCESS} : Ask(host, service, deadline, list);
+  if (code != ERROR_SUCCESS) {
     return code;
   }
   for (const addrinfo* entry = list.get(); entry; entry = entry->ai_next) {
