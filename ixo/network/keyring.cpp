@@ -1,20 +1,26 @@
 #include "ixo/network/keyring.h"
 
+#include <algorithm>
+#include <array>
+
 namespace custom_bidi::network {
 namespace {
 
-constexpr char kService[] = "org.freedesktop.secrets";
-constexpr char kServicePath[] = "/org/freedesktop/secrets";
-constexpr char kServiceInterface[] = "org.freedesktop.Secret.Service";
-constexpr char kCollectionInterface[] = "org.freedesktop.Secret.Collection";
-constexpr char kItemInterface[] = "org.freedesktop.Secret.Item";
+constexpr char kServiceName[] = "org.freedesktop.secrets";
+constexpr char kSchemaName[] = "CustomBidi.Entry";
 
-/// The path that means none.
-constexpr char kNoPath[] = "/";
-
-/// Floating.
-GVariant* NewBytes(const GlibLibrary& library, std::span<const BYTE> bytes) {
-  return library.g_variant_new_fixed_array(VariantType("y"), bytes.data(), bytes.size(), 1);
+/// Cancels at the deadline, unless it is stopped before.
+void CancelAtDeadline(const std::stop_token& stop,
+                      Deadline deadline,
+                      const SecretLibrary& library,
+                      GCancellable* cancellable) {
+  std::mutex mutex;
+  std::unique_lock lock(mutex);
+  std::condition_variable_any().wait_for(lock, stop, milliseconds(deadline.RemainingMs()),
+                                         [] { return false; });
+  if (!stop.stop_requested()) {
+    library.g_cancellable_cancel(cancellable);
+  }
 }
 
 /// Only an item can be gone; a service or collection that does not know what it is asked is a failure.
@@ -22,179 +28,216 @@ DWORD NotOfItem(DWORD code) {
   return code == ERROR_NOT_FOUND ? DWORD{ERROR_GEN_FAILURE} : code;
 }
 
+std::vector<std::string> Texts(const Owned<gchar*>& texts) {
+  std::vector<std::string> copies;
+  for (const gchar* const* text = texts.get(); text && *text; ++text) {
+    copies.emplace_back(*text);
+  }
+  return copies;
+}
+
 }  // namespace
 
+Keyring::OwnContext::OwnContext(const SecretLibrary& library)
+    : library_(library), context_(library.g_main_context_new()) {
+  library_.g_main_context_push_thread_default(context_);
+}
+
+Keyring::OwnContext::~OwnContext() {
+  // What listened for signals of the service is given back here.
+  while (library_.g_main_context_iteration(context_, FALSE)) {
+  }
+  library_.g_main_context_pop_thread_default(context_);
+  library_.g_main_context_unref(context_);
+}
+
+Keyring::Keyring(const SecretLibrary& library, Deadline deadline)
+    : library_(library),
+      context_(library),
+      cancellable_(library.g_cancellable_new()),
+      timer_([&library, deadline, cancellable = cancellable_.get()](const std::stop_token& stop) {
+        CancelAtDeadline(stop, deadline, library, cancellable);
+      }) {}
+
+DWORD Keyring::Connect(const std::string& bus_address) {
+  constexpr auto kConnectionFlags = static_cast<GDBusConnectionFlags>(
+      G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+  GError* error = nullptr;
+  connection_.reset(library_.g_dbus_connection_new_for_address_sync(bus_address.c_str(), kConnectionFlags,
+                                                                    nullptr, cancellable_.get(), &error));
+  if (!connection_) {
+    return CodeOf(error) == kTimeout ? kTimeout : kNobodyAnswers;
+  }
+
+  constexpr int kServiceFlags =
+      G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES | G_DBUS_PROXY_FLAGS_DO_NOT_CONNECT_SIGNALS;
+  service_.reset(static_cast<SecretService*>(library_.g_initable_new(
+      library_.connected_service_type, cancellable_.get(), &error, "g-connection", connection_.get(),
+      "g-flags", kServiceFlags, "g-name", kServiceName, "g-object-path", "/org/freedesktop/secrets",
+      "g-interface-name", "org.freedesktop.Secret.Service", nullptr)));
+  if (!service_) {
+    return NotOfItem(CodeOf(error));
+  }
+  const Owned<gchar> owner(
+      library_.g_dbus_proxy_get_name_owner(reinterpret_cast<GDBusProxy*>(service_.get())));
+  return owner ? DWORD{ERROR_SUCCESS} : kNobodyAnswers;
+}
+
 DWORD Keyring::Search(const KeyringNames& names, Found& found) {
-  Owned<GVariant> reply;
-  const DWORD code =
-      Call({kServicePath, kServiceInterface, "SearchItems"},
-           library_.g_variant_new_parsed("({'xdg:schema': 'CustomBidi.Entry', 'target': %s, 'user': %s},)",
-                                         names.target.c_str(), names.user.c_str()),
-           "(aoao)", reply);
-  if (code == ERROR_SUCCESS) {
-    found = {.unlocked = PathsAt(reply, 0), .locked = PathsAt(reply, 1)};
+  SecretSchema schema{};
+  schema.name = kSchemaName;
+  schema.attributes[0] = {"target", SECRET_SCHEMA_ATTRIBUTE_STRING};
+  schema.attributes[1] = {"user", SECRET_SCHEMA_ATTRIBUTE_STRING};
+  const Owned<GHashTable> attributes(library_.secret_attributes_build(&schema, "target", names.target.c_str(),
+                                                                      "user", names.user.c_str(), nullptr));
+  gchar** unlocked = nullptr;
+  gchar** locked = nullptr;
+  GError* error = nullptr;
+  if (!library_.secret_service_search_for_dbus_paths_sync(service_.get(), &schema, attributes.get(),
+                                                          cancellable_.get(), &unlocked, &locked, &error)) {
+    return NotOfItem(CodeOf(error));
   }
-  return NotOfItem(code);
-}
-
-DWORD Keyring::FindDefaultCollection(std::string& path) {
-  Owned<GVariant> reply;
-  const DWORD code = Call({kServicePath, kServiceInterface, "ReadAlias"},
-                          library_.g_variant_new("(s)", "default"), "(o)", reply);
-  if (code == ERROR_SUCCESS) {
-    path = PathAt(reply, 0);
-    path = path == kNoPath ? "" : path;
-  }
-  return NotOfItem(code);
-}
-
-DWORD Keyring::IsLocked(const std::string& collection, bool& locked) {
-  Owned<GVariant> reply;
-  const DWORD code = Call({collection.c_str(), "org.freedesktop.DBus.Properties", "Get"},
-                          library_.g_variant_new("(ss)", kCollectionInterface, "Locked"), "(v)", reply);
-  if (code != ERROR_SUCCESS) {
-    return NotOfItem(code);
-  }
-  const Owned<GVariant> boxed(library_.g_variant_get_child_value(reply.get(), 0));
-  const Owned<GVariant> value(library_.g_variant_get_child_value(boxed.get(), 0));
-  if (!library_.g_variant_is_of_type(value.get(), VariantType("b"))) {
-    return ERROR_GEN_FAILURE;
-  }
-  locked = library_.g_variant_get_boolean(value.get()) != FALSE;
+  found = {.unlocked = Texts(Owned<gchar*>(unlocked)), .locked = Texts(Owned<gchar*>(locked))};
   return ERROR_SUCCESS;
 }
 
+DWORD Keyring::FindDefaultCollection(Collection& collection) {
+  collection = {};
+  GError* error = nullptr;
+  const Owned<SecretCollection> found(library_.secret_collection_for_alias_sync(
+      service_.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, cancellable_.get(), &error));
+  if (error) {
+    return NotOfItem(CodeOf(error));
+  }
+  if (found) {
+    collection = {
+        .path = library_.g_dbus_proxy_get_object_path(reinterpret_cast<GDBusProxy*>(found.get())),
+        .locked = library_.secret_collection_get_locked(found.get()) != FALSE,
+    };
+  }
+  return ERROR_SUCCESS;
+}
+
+/// libsecret would go through a prompt that the service asks for, and so it only seals the secret.
 DWORD Keyring::Create(const std::string& collection,
                       const KeyringNames& names,
                       std::span<const BYTE> secret) {
-  GVariant* encoded = nullptr;
-  if (const DWORD code = Encode(secret, encoded)) {
-    return code;
+  GError* error = nullptr;
+  if (!library_.secret_service_ensure_session_sync(service_.get(), cancellable_.get(), &error)) {
+    return NotOfItem(CodeOf(error));
+  }
+  GVariant* const sealed = library_.secret_service_encode_dbus_secret(service_.get(), NewValue(secret).get());
+  if (!sealed) {
+    return ERROR_GEN_FAILURE;
   }
   GVariant* const properties = library_.g_variant_new_parsed(
       "{'org.freedesktop.Secret.Item.Label': <%s>,"
-      " 'org.freedesktop.Secret.Item.Attributes':"
-      " <{'xdg:schema': 'CustomBidi.Entry', 'target': %s, 'user': %s}>}",
-      names.target.c_str(), names.target.c_str(), names.user.c_str());
-  Owned<GVariant> reply;
-  const DWORD code =
-      Call({collection.c_str(), kCollectionInterface, "CreateItem"},
-           library_.g_variant_new("(@a{sv}@(oayays)b)", properties, encoded, TRUE), "(oo)", reply);
-  return code == ERROR_SUCCESS ? DismissPrompt(reply, 1) : NotOfItem(code);
+      " 'org.freedesktop.Secret.Item.Attributes': <{'xdg:schema': %s, 'target': %s, 'user': %s}>}",
+      names.target.c_str(), kSchemaName, names.target.c_str(), names.user.c_str());
+  static constexpr Method kCreateItem = {"org.freedesktop.Secret.Collection", "CreateItem", "(oo)", 1};
+  return NotOfItem(CallUnprompted(collection, kCreateItem,
+                                  library_.g_variant_new("(@a{sv}@(oayays)b)", properties, sealed, TRUE)));
 }
 
-DWORD Keyring::GetSecret(const std::string& item, vault::SecureBytes& secret) {
-  if (const DWORD code = OpenSession()) {
-    return code;
+DWORD Keyring::GetSecret(const std::string& path, vault::SecureBytes& secret) {
+  GError* error = nullptr;
+  const Owned<SecretItem> item = Open(path, error);
+  if (!item || !library_.secret_item_load_secret_sync(item.get(), cancellable_.get(), &error)) {
+    return CodeOf(error);
   }
-  Owned<GVariant> reply;
-  const DWORD code = Call({item.c_str(), kItemInterface, "GetSecret"},
-                          library_.g_variant_new("(o)", session_.c_str()), "((oayays))", reply);
-  if (code != ERROR_SUCCESS) {
-    return code;
+  const Owned<SecretValue> value(library_.secret_item_get_secret(item.get()));
+  gsize size = 0;
+  const gchar* const bytes = value ? library_.secret_value_get(value.get(), &size) : nullptr;
+  if (!bytes) {
+    return ERROR_GEN_FAILURE;
   }
-  const Owned<GVariant> encoded(library_.g_variant_get_child_value(reply.get(), 0));
-  return cipher_.Decrypt(BytesAt(encoded.get(), 1), BytesAt(encoded.get(), 2), secret);
+  secret.assign(bytes, bytes + size);
+  return ERROR_SUCCESS;
 }
 
-DWORD Keyring::SetSecret(const std::string& item, std::span<const BYTE> secret) {
-  GVariant* encoded = nullptr;
-  if (const DWORD code = Encode(secret, encoded)) {
-    return code;
-  }
-  Owned<GVariant> reply;
-  return Call({item.c_str(), kItemInterface, "SetSecret"}, library_.g_variant_new("(@(oayays))", encoded),
-              "()", reply);
+DWORD Keyring::SetSecret(const std::string& path, std::span<const BYTE> secret) {
+  GError* error = nullptr;
+  const Owned<SecretItem> item = Open(path, error);
+  const bool is_set = item && library_.secret_item_set_secret_sync(item.get(), NewValue(secret).get(),
+                                                                   cancellable_.get(), &error);
+  return is_set ? DWORD{ERROR_SUCCESS} : CodeOf(error);
 }
 
 DWORD Keyring::Delete(const std::string& item) {
-  Owned<GVariant> reply;
-  const DWORD code = Call({item.c_str(), kItemInterface, "Delete"}, nullptr, "(o)", reply);
-  return code == ERROR_SUCCESS ? DismissPrompt(reply, 0) : code;
+  static constexpr Method kDelete = {"org.freedesktop.Secret.Item", "Delete", "(o)", 0};
+  return CallUnprompted(item, kDelete, nullptr);
 }
 
-DWORD Keyring::Call(const SessionBus::Method& method,
-                    GVariant* arguments,
-                    const char* reply_type,
-                    Owned<GVariant>& reply) {
-  return bus_.Call(kService, method, arguments, reply_type, reply);
+Owned<SecretItem> Keyring::Open(const std::string& item, GError*& error) {
+  return Owned<SecretItem>(library_.secret_item_new_for_dbus_path_sync(
+      service_.get(), item.c_str(), SECRET_ITEM_NONE, cancellable_.get(), &error));
 }
 
-/// `encoded` is floating.
-DWORD Keyring::Encode(std::span<const BYTE> secret, GVariant*& encoded) {
-  if (const DWORD code = OpenSession()) {
-    return code;
+Owned<SecretValue> Keyring::NewValue(std::span<const BYTE> secret) {
+  return Owned<SecretValue>(library_.secret_value_new(reinterpret_cast<const gchar*>(secret.data()),
+                                                      static_cast<gssize>(secret.size()),
+                                                      "application/octet-stream"));
+}
+
+/// Takes the arguments, a floating tuple. What the reply names as the prompt that has to be gone through
+/// first is told that nobody will.
+DWORD Keyring::CallUnprompted(const std::string& path, const Method& method, GVariant* arguments) {
+  const auto call = [this](const char* object, const char* interface, const char* name, GVariant* given,
+                           const char* reply_type, GError** error) {
+    // A GVariantType is its text; the macro that says so needs GLib at link time.
+    return Owned<GVariant>(
+        library_.g_dbus_connection_call_sync(connection_.get(), kServiceName, object, interface, name, given,
+                                             reinterpret_cast<const GVariantType*>(reply_type),
+                                             G_DBUS_CALL_FLAGS_NONE, -1, cancellable_.get(), error));
+  };
+  GError* error = nullptr;
+  const Owned<GVariant> reply =
+      call(path.c_str(), method.interface, method.name, arguments, method.reply_type, &error);
+  if (!reply) {
+    return CodeOf(error);
   }
-  std::vector<BYTE> vector;
-  std::vector<BYTE> encrypted;
-  if (const DWORD code = cipher_.Encrypt(secret, vector, encrypted)) {
-    return code;
-  }
-  encoded = library_.g_variant_new("(o@ay@ays)", session_.c_str(), NewBytes(library_, vector),
-                                   NewBytes(library_, encrypted), "application/octet-stream");
-  return ERROR_SUCCESS;
-}
-
-/// The service forgets the session with the connection.
-DWORD Keyring::OpenSession() {
-  if (!session_.empty()) {
+  const char* prompt = nullptr;
+  library_.g_variant_get_child(reply.get(), method.prompt_index, "&o", &prompt);
+  if (std::string_view(prompt) == "/") {
     return ERROR_SUCCESS;
   }
-  std::vector<BYTE> half;
-  if (const DWORD code = cipher_.Offer(half)) {
-    return code;
-  }
-  Owned<GVariant> reply;
-  if (const DWORD code =
-          Call({kServicePath, kServiceInterface, "OpenSession"},
-               library_.g_variant_new("(sv)", SecretCipher::kAlgorithm, NewBytes(library_, half)), "(vo)",
-               reply)) {
-    return NotOfItem(code);
-  }
-  const Owned<GVariant> boxed(library_.g_variant_get_child_value(reply.get(), 0));
-  if (const DWORD code = cipher_.Agree(BytesAt(boxed.get(), 0))) {
-    return code;
-  }
-  session_ = PathAt(reply, 1);
-  return ERROR_SUCCESS;
-}
-
-/// Empty when it holds something else than bytes.
-std::vector<BYTE> Keyring::BytesAt(GVariant* container, size_t index) const {
-  const Owned<GVariant> bytes(library_.g_variant_get_child_value(container, index));
-  if (!library_.g_variant_is_of_type(bytes.get(), VariantType("ay"))) {
-    return {};
-  }
-  gsize length = 0;
-  const auto* const first =
-      static_cast<const BYTE*>(library_.g_variant_get_fixed_array(bytes.get(), &length, 1));
-  return {first, first + length};
-}
-
-/// What a reply names as the prompt that has to be gone through first is told that nobody will.
-DWORD Keyring::DismissPrompt(const Owned<GVariant>& reply, size_t index) {
-  const std::string prompt = PathAt(reply, index);
-  if (prompt == kNoPath) {
-    return ERROR_SUCCESS;
-  }
-  Owned<GVariant> dismissed;
-  Call({prompt.c_str(), "org.freedesktop.Secret.Prompt", "Dismiss"}, nullptr, "()", dismissed);
+  call(prompt, "org.freedesktop.Secret.Prompt", "Dismiss", nullptr, "()", nullptr);
   return ERROR_ACCESS_DENIED;
 }
 
-std::string Keyring::PathAt(const Owned<GVariant>& reply, size_t index) const {
-  const char* path = nullptr;
-  library_.g_variant_get_child(reply.get(), index, "&o", &path);
-  return path;
-}
-
-std::vector<std::string> Keyring::PathsAt(const Owned<GVariant>& reply, size_t index) const {
-  const Owned<GVariant> list(library_.g_variant_get_child_value(reply.get(), index));
-  std::vector<std::string> paths(library_.g_variant_n_children(list.get()));
-  for (size_t i = 0; i < paths.size(); ++i) {
-    paths[i] = PathAt(list, i);
+/// Takes the error.
+DWORD Keyring::CodeOf(GError* error) {
+  const Owned<GError> owned(error);
+  if (!owned) {
+    return ERROR_GEN_FAILURE;
   }
-  return paths;
+  struct Row {
+    GQuark domain;
+    int error;
+    DWORD code;
+  };
+  const GQuark bus = library_.g_dbus_error_quark();
+  const GQuark io = library_.g_io_error_quark();
+  const GQuark secret = library_.secret_error_get_quark();
+  const std::array<Row, 13> rows = {{
+      {io, G_IO_ERROR_CANCELLED, kTimeout},
+      {io, G_IO_ERROR_TIMED_OUT, kTimeout},
+      {bus, G_DBUS_ERROR_NO_REPLY, kTimeout},
+      {bus, G_DBUS_ERROR_TIMEOUT, kTimeout},
+      {bus, G_DBUS_ERROR_TIMED_OUT, kTimeout},
+      {bus, G_DBUS_ERROR_SERVICE_UNKNOWN, kNobodyAnswers},
+      {bus, G_DBUS_ERROR_NAME_HAS_NO_OWNER, kNobodyAnswers},
+      {bus, G_DBUS_ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED},
+      {bus, G_DBUS_ERROR_AUTH_FAILED, ERROR_ACCESS_DENIED},
+      {secret, SECRET_ERROR_IS_LOCKED, ERROR_ACCESS_DENIED},
+      {secret, SECRET_ERROR_NO_SUCH_OBJECT, ERROR_NOT_FOUND},
+      {bus, G_DBUS_ERROR_UNKNOWN_OBJECT, ERROR_NOT_FOUND},
+      {bus, G_DBUS_ERROR_UNKNOWN_METHOD, ERROR_NOT_FOUND},
+  }};
+  const auto* const row = std::ranges::find_if(rows, [&owned](const Row& candidate) {
+    return candidate.domain == owned->domain && candidate.error == owned->code;
+  });
+  return row != rows.end() ? row->code : DWORD{ERROR_GEN_FAILURE};
 }
 
 }  // namespace custom_bidi::network

@@ -1,14 +1,21 @@
 #pragma once
 
+#include <condition_variable>
+#include <mutex>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "ixo/network/secret_cipher.h"
-#include "ixo/network/session_bus.h"
+#include "ixo/network/codes.h"
+#include "ixo/network/deadline.h"
+#include "ixo/network/secret_library.h"
 #include "ixo/vault/secure_bytes.h"
 
 namespace custom_bidi::network {
+
+/// There is no session bus, or no Secret Service on it: ERROR_SERVICE_NOT_ACTIVE.
+inline constexpr DWORD kNobodyAnswers = 1062;
 
 /// The names of an entry, as UTF-8.
 struct KeyringNames {
@@ -16,13 +23,23 @@ struct KeyringNames {
   std::string user;
 };
 
-/// The Secret Service of the user's session, for one operation that ends at the deadline. Nothing here shows
-/// a prompt or waits for one. Every function returns 0 or a code of SessionBus::Call.
+/// The Secret Service of the user's session, for one operation that ends at the deadline, by one thread.
+/// Nothing here shows a prompt or waits for one.
+///
+/// The connection to the bus is our own: the one that GLib shares with the host would end the process with
+/// the bus. Nor is libsecret's own service used that a host may have.
+///
+/// Every function returns 0; kNobodyAnswers; kTimeout; ERROR_ACCESS_DENIED when the service refuses, is
+/// locked or would ask the user first; or ERROR_GEN_FAILURE for anything else. What is done with an item
+/// returns ERROR_NOT_FOUND when it is gone.
 class Keyring {
  public:
-  Keyring(const GlibLibrary& library, Deadline deadline) : library_(library), bus_(library, deadline) {}
+  Keyring(const SecretLibrary& library, Deadline deadline);
+  Keyring(const Keyring&) = delete;
+  Keyring& operator=(const Keyring&) = delete;
 
-  DWORD Connect(const std::string& bus_address) { return bus_.Connect(bus_address); }
+  /// To come before anything else.
+  DWORD Connect(const std::string& bus_address);
 
   /// D-Bus paths of the items that have these names.
   struct Found {
@@ -31,34 +48,52 @@ class Keyring {
   };
   DWORD Search(const KeyringNames& names, Found& found);
 
-  /// The collection for new items; empty when there is none.
-  DWORD FindDefaultCollection(std::string& path);
-  DWORD IsLocked(const std::string& collection, bool& locked);
+  struct Collection {
+    std::string path;
+    bool locked = false;
+  };
+  /// The collection for new items; its path is empty when there is none.
+  DWORD FindDefaultCollection(Collection& collection);
 
-  /// Puts an item into a collection, in place of one with the same names. ERROR_ACCESS_DENIED when the
-  /// service would ask the user first.
+  /// Puts an item into a collection, in place of one with the same names.
   DWORD Create(const std::string& collection, const KeyringNames& names, std::span<const BYTE> secret);
   DWORD GetSecret(const std::string& item, vault::SecureBytes& secret);
   DWORD SetSecret(const std::string& item, std::span<const BYTE> secret);
-  /// ERROR_ACCESS_DENIED when the service would ask the user first.
   DWORD Delete(const std::string& item);
 
  private:
-  DWORD Call(const SessionBus::Method& method,
-             GVariant* arguments,
-             const char* reply_type,
-             Owned<GVariant>& reply);
-  DWORD Encode(std::span<const BYTE> secret, GVariant*& encoded);
-  DWORD OpenSession();
-  std::vector<BYTE> BytesAt(GVariant* container, size_t index) const;
-  DWORD DismissPrompt(const Owned<GVariant>& reply, size_t index);
-  std::string PathAt(const Owned<GVariant>& reply, size_t index) const;
-  std::vector<std::string> PathsAt(const Owned<GVariant>& reply, size_t index) const;
+  /// What GLib brings back to a thread comes here, where no loop of the host's sees it.
+  class OwnContext {
+   public:
+    explicit OwnContext(const SecretLibrary& library);
+    ~OwnContext();
+    OwnContext(const OwnContext&) = delete;
+    OwnContext& operator=(const OwnContext&) = delete;
 
-  const GlibLibrary& library_;
-  SessionBus bus_;
-  std::string session_;
-  SecretCipher cipher_;
+   private:
+    const SecretLibrary& library_;
+    GMainContext* const context_;
+  };
+
+  /// A method that may answer with the path of a prompt, the last value of its reply.
+  struct Method {
+    const char* interface;
+    const char* name;
+    const char* reply_type;
+    size_t prompt_index;
+  };
+
+  Owned<SecretItem> Open(const std::string& item, GError*& error);
+  Owned<SecretValue> NewValue(std::span<const BYTE> secret);
+  DWORD CallUnprompted(const std::string& path, const Method& method, GVariant* arguments);
+  DWORD CodeOf(GError* error);
+
+  const SecretLibrary& library_;
+  OwnContext context_;
+  Owned<GCancellable> cancellable_;
+  Owned<GDBusConnection> connection_;
+  Owned<SecretService> service_;
+  std::jthread timer_;
 };
 
 }  // namespace custom_bidi::network

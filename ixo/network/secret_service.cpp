@@ -1,6 +1,6 @@
 #include "ixo/network/secret_service.h"
 
-#include "ixo/network/keyring.h"
+#include "ixo/network/session_bus.h"
 #include "ixo/vault/entry_names.h"
 #include "ixo/vault/vault.h"
 #include "pal/text.h"
@@ -23,7 +23,7 @@ DWORD WithEntry(WStringView target, WStringView user, Operation&& operation) {
     return code;
   }
   const std::string bus_address = SessionBusAddress();
-  const GlibLibrary* const library = bus_address.empty() ? nullptr : TheGlibLibrary();
+  const SecretLibrary* const library = bus_address.empty() ? nullptr : TheSecretLibrary();
   if (!library) {
     return kNobodyAnswers;
   }
@@ -42,31 +42,22 @@ DWORD WithEntry(WStringView target, WStringView user, Operation&& operation) {
 /// Why there is no entry: ERROR_NOT_FOUND, or a code that says that it cannot be known. Some services do not
 /// tell what a locked collection holds.
 DWORD ReasonForNone(Keyring& keyring) {
-  std::string collection;
+  Keyring::Collection collection;
   if (const DWORD code = keyring.FindDefaultCollection(collection)) {
     return code;
   }
-  bool locked = false;
-  const DWORD code = collection.empty() ? DWORD{ERROR_SUCCESS} : keyring.IsLocked(collection, locked);
-  if (code != ERROR_SUCCESS) {
-    return code;
-  }
-  return locked ? ERROR_ACCESS_DENIED : ERROR_NOT_FOUND;
+  return collection.locked ? ERROR_ACCESS_DENIED : ERROR_NOT_FOUND;
 }
 
 DWORD SaveNew(Keyring& keyring, const KeyringNames& names, std::span<const BYTE> bytes) {
-  std::string collection;
+  Keyring::Collection collection;
   if (const DWORD code = keyring.FindDefaultCollection(collection)) {
     return code;
   }
-  if (collection.empty()) {
+  if (collection.path.empty()) {
     return kNoKeyring;
   }
-  bool locked = false;
-  if (const DWORD code = keyring.IsLocked(collection, locked)) {
-    return code;
-  }
-  return locked ? DWORD{ERROR_ACCESS_DENIED} : keyring.Create(collection, names, bytes);
+  return collection.locked ? DWORD{ERROR_ACCESS_DENIED} : keyring.Create(collection.path, names, bytes);
 }
 
 }  // namespace

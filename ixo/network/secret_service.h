@@ -2,14 +2,14 @@
 
 #include <span>
 
-#include "ixo/network/session_bus.h"
+#include "ixo/network/keyring.h"
 #include "ixo/vault/secure_bytes.h"
 
 /// The keyring of the user's session, by the Secret Service of freedesktop.org: bytes by target and user, as
-/// in ixo/vault/vault.h. GLib is loaded by the first operation that finds a session bus.
+/// in ixo/vault/vault.h. libsecret is loaded by the first operation that finds a session bus.
 ///
 /// The functions, limits and codes are those of vault.h, and these besides:
-///   kNobodyAnswers         there is no session bus, no Secret Service on it, or no GLib on the machine
+///   kNobodyAnswers         there is no session bus, no Secret Service on it, or no libsecret on the machine
 ///   ERROR_ACCESS_DENIED    the keyring is locked, or the service would ask the user first
 ///   kNoKeyring             there is no keyring to save to
 ///   kTimeout               the service has not answered within kSecretServiceTime

@@ -11,11 +11,13 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <thread>
 #include <vector>
 
 #include "ixo/network/keyring.h"
 #include "ixo/network/network_vault.h"
+#include "ixo/network/session_bus.h"
 #include "ixo/vault/vault.h"
 #include "pal/text.h"
 #include "tests/peers/loopback.h"
@@ -127,6 +129,26 @@ TEST_F(SecretServiceTest, LockedKeyringIsAFailure) {
   EXPECT_FALSE(HasFileVault());
 }
 
+// A keyring may be locked at any moment, so also between two calls of one operation.
+TEST_F(SecretServiceTest, LockingBetweenTwoCallsIsAFailure) {
+  const custom_bidi_test::SecretService service;
+  Keyring keyring(*TheSecretLibrary(), Deadline(milliseconds(5000)));
+  ASSERT_EQ(keyring.Connect(service.BusAddress()), DWORD{ERROR_SUCCESS});
+  Keyring::Collection collection;
+  ASSERT_EQ(keyring.FindDefaultCollection(collection), DWORD{ERROR_SUCCESS});
+  const KeyringNames names{.target = "t", .user = "u"};
+  ASSERT_EQ(keyring.Create(collection.path, names, Bytes("secret")), DWORD{ERROR_SUCCESS});
+  service.Lock();
+  Keyring::Found found;
+  ASSERT_EQ(keyring.Search(names, found), DWORD{ERROR_SUCCESS});
+  ASSERT_EQ(found.locked.size(), 1U);
+  vault::SecureBytes secret;
+  EXPECT_EQ(keyring.Create(collection.path, names, Bytes("new")), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(keyring.SetSecret(found.locked[0], Bytes("new")), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(keyring.GetSecret(found.locked[0], secret), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(keyring.Delete(found.locked[0]), DWORD{ERROR_ACCESS_DENIED});
+}
+
 TEST_F(SecretServiceTest, WithoutAKeyringNothingIsSaved) {
   const custom_bidi_test::SecretService service;
   UseBus(service.BusAddress());
@@ -191,7 +213,7 @@ DWORD InTime(Call&& call) {
 }
 
 TEST_F(SecretServiceTest, WhoStaysSilentCostsTheDeadline) {
-  const GlibLibrary* const library = TheGlibLibrary();
+  const SecretLibrary* const library = TheSecretLibrary();
   ASSERT_NE(library, nullptr);
 
   // Its backlog connects, and nobody ever says a word.
@@ -201,7 +223,7 @@ TEST_F(SecretServiceTest, WhoStaysSilentCostsTheDeadline) {
   path.copy(address.sun_path, sizeof(address.sun_path) - 1);
   ASSERT_EQ(bind(mute.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
   ASSERT_EQ(listen(mute.Get(), 5), 0);
-  EXPECT_EQ(InTime([&] { return SessionBus(*library, Deadline(kDeadline)).Connect("unix:path=" + path); }),
+  EXPECT_EQ(InTime([&] { return Keyring(*library, Deadline(kDeadline)).Connect("unix:path=" + path); }),
             kTimeout);
 
   const custom_bidi_test::SecretService service;
@@ -224,6 +246,24 @@ TEST_F(SecretServiceTest, WhoStaysSilentCostsTheDeadline) {
   kill(daemon, SIGCONT);
   EXPECT_EQ(stopped, kTimeout);
   EXPECT_EQ(search(), DWORD{ERROR_SUCCESS});
+}
+
+TEST_F(SecretServiceTest, BusThatEndsLeavesTheProcessAlone) {
+  const SecretLibrary* const library = TheSecretLibrary();
+  ASSERT_NE(library, nullptr);
+  Keyring::Found found;
+  {
+    std::optional<custom_bidi_test::SecretService> service(std::in_place);
+    UseBus(service->BusAddress());
+    Keyring keyring(*library, Deadline(kDeadline));
+    ASSERT_EQ(keyring.Connect(service->BusAddress()), DWORD{ERROR_SUCCESS});
+    ASSERT_EQ(keyring.Search({.target = "t", .user = "u"}, found), DWORD{ERROR_SUCCESS});
+    service.reset();
+    EXPECT_NE(InTime([&] { return keyring.Search({.target = "t", .user = "u"}, found); }),
+              DWORD{ERROR_SUCCESS});
+  }
+  EXPECT_EQ(network_vault::Save(kTarget, kUser, Bytes("secret")), DWORD{ERROR_SUCCESS});
+  EXPECT_TRUE(HasFileVault());
 }
 
 size_t EntriesOf(const char* folder) {
