@@ -35,13 +35,15 @@ class NetworkAddress final : public DeviceAddress {
  private:
   /// Tries all ports at once, so that one which swallows everything does not hide the other.
   DWORD Knock(Deadline deadline) const {
+    std::vector<SocketAddress> addresses;
+    if (const DWORD code = Resolve(Where().host, Where().ports.front(), deadline, addresses)) {
+      return code;
+    }
     std::vector<SocketAddress> doors;
-    for (const uint16_t port : Where().ports) {
-      std::vector<SocketAddress> addresses;
-      if (const DWORD code = Resolve(Where().host, port, deadline, addresses)) {
-        return code;
+    for (const SocketAddress& address : addresses) {
+      for (const uint16_t port : Where().ports) {
+        doors.push_back(address.WithPort(port));
       }
-      doors.insert(doors.end(), addresses.begin(), addresses.end());
     }
     return Connection().Open(doors, deadline);
   }

@@ -73,6 +73,14 @@ bool Know(const std::string& host, const std::string& port, AddressList& list) {
 
 }  // namespace
 
+SocketAddress SocketAddress::WithPort(uint16_t port) const {
+  SocketAddress address = *this;
+  in_port_t& place = IsIpv6() ? reinterpret_cast<sockaddr_in6&>(address.storage).sin6_port
+                              : reinterpret_cast<sockaddr_in&>(address.storage).sin_port;
+  place = htons(port);
+  return address;
+}
+
 bool SocketAddress::IsSameHost(const SocketAddress& other) const {
   if (storage.ss_family != other.storage.ss_family) {
     return false;

@@ -18,6 +18,8 @@ struct SocketAddress {
 
   const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&storage); }
   bool IsIpv6() const { return storage.ss_family == AF_INET6; }
+  /// The same host at another port.
+  SocketAddress WithPort(uint16_t port) const;
   /// The same host, whatever the ports.
   bool IsSameHost(const SocketAddress& other) const;
   /// "192.0.2.10:631", "[2001:db8::10]:631".

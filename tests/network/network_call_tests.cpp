@@ -1,5 +1,6 @@
 // Whole calls, by way of the device libraries for printers on a network, to real servers.
 
+#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
@@ -149,6 +150,22 @@ TEST_F(NetworkCallTest, ThePortTellsWhatIsBehindIt) {
     UsePort(port);
     EXPECT_EQ(Port(), (PortAnswer{true, status})) << port;
   }
+}
+
+TEST_F(NetworkCallTest, WithoutIppTheRawPortTells) {
+  // An address of the loopback interface that nobody else uses.
+  sockaddr_in address = LoopbackAddress(9100);
+  address.sin_addr.s_addr = htonl(0x7F00004D);
+  UsePort("127.0.0.77");
+  {
+    const FileDescriptor raw_port(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int on = 1;
+    setsockopt(raw_port.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    ASSERT_EQ(bind(raw_port.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(listen(raw_port.Get(), 1), 0);
+    EXPECT_EQ(Port(), (PortAnswer{true, 1}));
+  }
+  EXPECT_EQ(Port(), (PortAnswer{true, kNotConnected}));
 }
 
 TEST_F(NetworkCallTest, ACertificateIsReadTrustedAndReplaced) {
