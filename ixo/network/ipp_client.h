@@ -11,8 +11,7 @@ namespace custom_bidi::network {
 
 /// Asks a printer for attributes by name, all in one Get-Printer-Attributes (RFC 8011, section 4.2.5), with
 /// texts in the language (RFC 5646). Returns 0 or a code of codes.h: kBadAnswer for an answer that is no IPP,
-/// that is to another request, or in which the printer refuses; kNotSupported when the machine has no
-/// libcups. The device's standing is minded and kept.
+/// that is to another request, or in which the printer refuses. The device's standing is minded and kept.
 DWORD GetPrinterAttributes(DeviceAddress& address,
                            const Settings& settings,
                            std::span<const std::string> names,

@@ -26,7 +26,8 @@ struct SocketAddress {
   std::string ToText() const;
 };
 
-/// The addresses of a host, an address or a name, in the system's order. Returns 0, kHostUnknown or kTimeout.
+/// The addresses of a host, an address or a name, in the system's order; "localhost" is the
+/// loopback interface without asking. Returns 0, kHostUnknown or kTimeout.
 /// A name that is still being looked up at the deadline is left to the system, with the few bytes that hold
 /// the question: a name server's silence cannot be called off.
 DWORD Resolve(const std::string& host,

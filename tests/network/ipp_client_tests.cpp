@@ -257,6 +257,8 @@ TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {
       {"127.0.0.1", "http://127.0.0.2:" + port + "/en.strings", ERROR_ACCESS_DENIED},
       {"127.0.0.2", "http://127.0.0.1:" + port + "/en.strings", ERROR_ACCESS_DENIED},
       {"127.0.0.1", "https://127.0.0.1:" + port + "/en.strings", kBadAnswer},
+      {"127.0.0.1", "http://127.0.0.1:" + port + "/a HTTP/1.1\r\nX: y", kBadAnswer},
+      {"127.0.0.1", "http://127.0.0.1:" + port + "/a?b\r\nX: y", kBadAnswer},
       {"127.0.0.1", "ftp://127.0.0.1:" + port + "/en.strings", kBadAnswer},
       {"127.0.0.1", "file:///etc/passwd", kBadAnswer},
       {"127.0.0.1", "nonsense", kBadAnswer},
