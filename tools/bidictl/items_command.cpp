@@ -45,8 +45,10 @@ std::string ReadItems(const ItemsOptions& options) {
   const auto count = static_cast<CustomBidiLong>(pointers.size());
   if (!GetBidiResponse(answer.get(), queue.c_str(), default_cid.c_str(),
                        pointers.empty() ? nullptr : pointers.data(), count)) {
-    throw CommandError("nothing could be read for '" + options.queue +
-                       "'. Is the queue known ('bidictl queue list')? " + WhereToLook());
+    throw CommandError(
+        "nothing could be read for '" + options.queue +
+        "'. Is the queue known ('bidictl queue list')? Does its printer answer ('bidictl port QUEUE')? " +
+        WhereToLook());
   }
   return ToUtf8(answer.get());
 }
