@@ -18,23 +18,21 @@
 #include <string>
 #include <vector>
 
-#include "tests/peers/ipp_printer.h"
-#include "tests/peers/peer_files.h"
-#include "tests/peers/snmp_agent.h"
+#include "tests/peers/local_servers.h"
 #include "tests/peers/temporary_folder.h"
 
 namespace {
 
 using namespace custom_bidi_test;
-using Words = std::vector<std::string>;
 
 constexpr int kRuns = 20;
 
 /// Milliseconds from its start to its end, its output thrown away.
 double TimeOf(const Words& words) {
   std::vector<char*> arguments;
-  for (const std::string& word : words)
+  for (const std::string& word : words) {
     arguments.push_back(const_cast<char*>(word.c_str()));
+  }
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -43,8 +41,9 @@ double TimeOf(const Words& words) {
   pid_t id = 0;
   int status = -1;
   if (posix_spawnp(&id, arguments[0], &actions, nullptr, arguments.data(), environ) != 0 ||
-      waitpid(id, &status, 0) != id || status != 0)
+      waitpid(id, &status, 0) != id || status != 0) {
     throw std::runtime_error(words[0] + " failed with status " + std::to_string(status));
+  }
   const auto end = std::chrono::steady_clock::now();
   posix_spawn_file_actions_destroy(&actions);
   return std::chrono::duration<double, std::milli>(end - begin).count();
@@ -96,8 +95,9 @@ std::vector<Item> ItemsOf(const std::filesystem::path& data_map, size_t count) {
   std::vector<Item> items;
   std::ifstream file(data_map);
   for (std::string line; items.size() < count && std::getline(file, line);) {
-    if (line.find("<DataItem ") != std::string::npos)
+    if (line.find("<DataItem ") != std::string::npos) {
       items.push_back({value_of(line, "Name"), value_of(line, "ipp")});
+    }
   }
   return items;
 }
@@ -105,8 +105,9 @@ std::vector<Item> ItemsOf(const std::filesystem::path& data_map, size_t count) {
 /// An ipptool test that asks for the items' attributes.
 std::string AttributeTest(const std::vector<Item>& items) {
   std::string names = "printer-device-id";
-  for (const Item& item : items)
+  for (const Item& item : items) {
     names += "," + item.attribute;
+  }
   return "{\nOPERATION Get-Printer-Attributes\nGROUP operation-attributes-tag\n"
          "ATTR charset attributes-charset utf-8\nATTR naturalLanguage attributes-natural-language en\n"
          "ATTR uri printer-uri $uri\nATTR keyword requested-attributes " +
@@ -131,8 +132,9 @@ bool Run(const std::filesystem::path& host) {
 
   const std::vector<Item> first_items = ItemsOf(folder / "vexmoixodatamap.xml", 40);
   Words named = {bidictl, "items", "Office"};
-  for (const Item& item : first_items)
+  for (const Item& item : first_items) {
     named.insert(named.end(), {"--name", item.name});
+  }
   const std::string test = folder.WriteFile("attributes.test", AttributeTest(first_items));
   const Words ipptool = {"ipptool", "-tv", printer.Uri("ipp"), test};
   const double items = Compare("bidictl items, 40 named", named, ipptool);

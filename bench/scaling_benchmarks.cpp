@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include "src/context/request_context.h"
 #include "src/deviceio/locale_strings.h"
-#include "src/exports/request_context.h"
-#include "src/response/json_text.h"
+#include "src/response/answers.h"
 
 namespace custom_bidi::bench {
 namespace {
@@ -20,8 +20,9 @@ WString LocaleStrings(size_t size) {
   const std::string prefix = "\"vexmo-print-quality-supported.com.vexmo.";
   const std::string last = prefix + "pq-mode.22\" = \"3\";\n";
   std::string strings;
-  for (int index = 1; strings.size() + last.size() < size; ++index)
+  for (int index = 1; strings.size() + last.size() < size; ++index) {
     strings += prefix + "display-string.9" + std::to_string(index) + "\" = \"Quality mode\";\n";
+  }
   strings.resize(size - last.size());
   return Wide(strings + last);
 }
@@ -31,8 +32,9 @@ void CleanAndFindEntries(benchmark::State& state) {
   for (auto _ : state) {
     std::map<WString, WString> entries;
     AddPrintQualityEntries(CleanLocaleStrings(strings), entries);
-    if (entries.size() != 1)
+    if (entries.size() != 1) {
       state.SkipWithError("the wanted entry was not found");
+    }
   }
   state.SetComplexityN(state.range());
 }
@@ -40,28 +42,32 @@ void CleanAndFindEntries(benchmark::State& state) {
 void FindCid(benchmark::State& state) {
   const std::string last = ";CID:Maker";
   std::string device_id;
-  for (int i = 0; device_id.size() < static_cast<size_t>(state.range()); ++i)
+  for (int i = 0; device_id.size() < static_cast<size_t>(state.range()); ++i) {
     device_id += "KEY" + std::to_string(i) + ":some value;";
+  }
   device_id.resize(static_cast<size_t>(state.range()) - last.size());
   const WString text = Wide(device_id + last);
   CCustomBiDi context;
   for (auto _ : state) {
-    if (context.ParseAndSaveCIDInfo(text) != ERROR_SUCCESS)
+    if (context.ParseAndSaveCIDInfo(text) != ERROR_SUCCESS) {
       state.SkipWithError("the CID was not found");
+    }
   }
   state.SetComplexityN(state.range());
 }
 
 std::vector<WString> ItemNames(int64_t count) {
   std::vector<WString> names;
-  for (int64_t i = 0; i < count; ++i)
+  for (int64_t i = 0; i < count; ++i) {
     names.push_back(Wide("MediaSupportedItem" + std::to_string(i)));
+  }
   return names;
 }
 
 void Fill(ItemMap& items, const std::vector<WString>& names) {
-  for (const WString& name : names)
+  for (const WString& name : names) {
     items.Set(name, W("iso_a4_210x297mm"));
+  }
 }
 
 void SetItems(benchmark::State& state) {
@@ -79,8 +85,9 @@ void EnumerateItems(benchmark::State& state) {
   Fill(items, ItemNames(state.range()));
   for (auto _ : state) {
     size_t chars = 0;
-    for (const ItemMap::Entry& entry : items)
+    for (const ItemMap::Entry& entry : items) {
       chars += entry.key.size() + entry.value.size();
+    }
     benchmark::DoNotOptimize(chars);
   }
   state.SetComplexityN(state.range());
@@ -89,8 +96,9 @@ void EnumerateItems(benchmark::State& state) {
 void ComposeAnswer(benchmark::State& state) {
   ItemMap items;
   Fill(items, ItemNames(state.range()));
-  for (auto _ : state)
+  for (auto _ : state) {
     benchmark::DoNotOptimize(BidiJson(items, W("Maker_Model_7")));
+  }
   state.SetComplexityN(state.range());
 }
 

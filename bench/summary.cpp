@@ -42,12 +42,15 @@ void Summary::ReportRuns(const std::vector<Run>& runs) {
 }
 
 void Summary::Finalize() {
-  if (!whole_calls_.empty())
+  if (!whole_calls_.empty()) {
     PrintWholeCalls();
-  if (!scaling_.empty())
+  }
+  if (!scaling_.empty()) {
     PrintScaling();
-  if (!trace_ns_.empty())
+  }
+  if (!trace_ns_.empty()) {
     PrintTrace();
+  }
 }
 
 void Summary::PrintWholeCalls() {

@@ -10,16 +10,17 @@
 #include <fstream>
 #include <string>
 
-#include "bench/fixed_family/items.h"
+#include "base/home_registry.h"
 #include "include/custom_bidi.h"
-#include "pal/registry_file.h"
-#include "src/deviceio/module.h"
-#include "src/xml/dom_document.h"
+#include "src/deviceio/device_objects.h"
+#include "src/xml/ccixml.h"
 
 namespace custom_bidi::bench {
 namespace {
 
 constexpr const WCHAR* kQueue = W("Bench");
+/// The fixed family answers the items Item0 to Item49, "DeviceID" beside them.
+constexpr int kFixedItemCount = 50;
 
 /// A device family: its folder beside the executable, and its files there.
 struct Family {
@@ -49,9 +50,9 @@ void WriteRegistry() {
   setenv("CUSTOMBIDI_HOME", home.c_str(), 1);
   const std::u16string key =
       u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Bench";
-  pal::RegistryFile registry;
-  registry.SetValue(key, u"Port", pal::RegistryValue::FromText(u"192.0.2.10"));
-  registry.SetValue(key + u"\\PrinterDriverData", u"DebugTraceEnable", pal::RegistryValue::FromDword(0));
+  base::RegistryFile registry;
+  registry.SetValue(key, u"Port", base::RegistryValue::FromText(u"192.0.2.10"));
+  registry.SetValue(key + u"\\PrinterDriverData", u"DebugTraceEnable", base::RegistryValue::FromDword(0));
   registry.Save(home / "registry.reg");
 }
 
@@ -66,8 +67,9 @@ void WriteFiles(const Family& family) {
             attribute("ixo_cert_dll", family.certificate) + attribute("xdm_xml", family.data_map) +
             "/>\n</PrinterExtension>\n");
   std::string items;
-  for (int i = 0; i < kFixedItemCount; ++i)
+  for (int i = 0; i < kFixedItemCount; ++i) {
     items += "    <DataItem Name=\"Item" + std::to_string(i) + "\"/>\n";
+  }
   Write("fixed/data_map.xml", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<DataMap>\n  <IPPDataMap>\n" +
                                   items + "  </IPPDataMap>\n</DataMap>\n");
 }
@@ -88,8 +90,9 @@ class Loads {
       modules[i].Reset(LoadLibraryW(libraries_[i].c_str()));
       done &= static_cast<bool>(modules[i]);
     }
-    for (const WString& path : documents_)
+    for (const WString& path : documents_) {
       done &= LoadDocument(path);
+    }
     return done;
   }
 
@@ -148,8 +151,9 @@ void WholeCall(benchmark::State& state, const Family& family) {
       loads_us.push_back(Microseconds(run_loads));
     }
   }
-  if (!done || answer[0] != '{')
+  if (!done || answer[0] != '{') {
     state.SkipWithError("a call or a load failed");
+  }
   state.counters["loads_us"] = Median(loads_us);
   state.counters["whole_us"] = Median(whole_us);
   state.counters["ratio"] = Median(whole_us) / Median(loads_us);

@@ -10,16 +10,16 @@
 
 #include "src/platform.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
-
 namespace custom_bidi::fuzz {
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 /// Ends the program, which makes the input a finding, unless the property holds.
 inline void Demand(bool holds, const char* property) {
-  if (holds)
-    return;
-  std::fprintf(stderr, "Violated: %s\n", property);
-  std::abort();
+  if (!holds) {
+    std::fprintf(stderr, "Violated: %s\n", property);
+    std::abort();
+  }
 }
 
 /// A text in a block of exactly its size, so that a sanitizer sees a step beyond its end.
@@ -43,17 +43,16 @@ class Input {
   bool empty() const { return bytes_.empty(); }
 
   uint8_t TakeByte() {
-    if (bytes_.empty())
-      return 0;
-    const uint8_t byte = bytes_.front();
-    bytes_ = bytes_.subspan(1);
+    const uint8_t byte = bytes_.empty() ? uint8_t{0} : bytes_.front();
+    bytes_ = bytes_.subspan(bytes_.empty() ? 0 : 1);
     return byte;
   }
 
   uint32_t TakeNumber() {
     uint32_t number = 0;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
       number = number << 8 | TakeByte();
+    }
     return number;
   }
 
@@ -62,10 +61,7 @@ class Input {
   /// text.
   WString TakeText() {
     WString text;
-    while (!bytes_.empty()) {
-      const uint8_t byte = TakeByte();
-      if (byte == 0)
-        break;
+    while (const uint8_t byte = TakeByte()) {
       text.push_back(static_cast<WCHAR>(byte < 0x80 ? byte : Wide(byte, TakeByte())));
     }
     return text;

@@ -9,32 +9,30 @@
 
 namespace {
 
+int g_replayed = 0;
+
 void Replay(const std::filesystem::path& path) {
+  if (std::filesystem::is_directory(path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+      Replay(entry.path());
+    }
+    return;
+  }
   std::ifstream file(path, std::ios::binary);
   const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
   // Copied once more, since a vector may hold more than it shows.
   const std::unique_ptr<uint8_t[]> input(new uint8_t[bytes.size()]);
   std::copy(bytes.begin(), bytes.end(), input.get());
-  std::printf("%s: %zu bytes\n", path.filename().string().c_str(), bytes.size());
+  std::printf("%d: %s, %zu bytes\n", ++g_replayed, path.filename().string().c_str(), bytes.size());
   std::fflush(stdout);
-  LLVMFuzzerTestOneInput(input.get(), bytes.size());
+  custom_bidi::fuzz::LLVMFuzzerTestOneInput(input.get(), bytes.size());
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-  int replayed = 0;
   for (int i = 1; i < count; ++i) {
-    if (!std::filesystem::is_directory(arguments[i])) {
-      Replay(arguments[i]);
-      ++replayed;
-      continue;
-    }
-    for (const auto& entry : std::filesystem::directory_iterator(arguments[i])) {
-      Replay(entry.path());
-      ++replayed;
-    }
+    Replay(arguments[i]);
   }
-  std::printf("%d files\n", replayed);
-  return replayed > 0 ? 0 : 1;
+  return g_replayed > 0 ? 0 : 1;
 }

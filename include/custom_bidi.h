@@ -2,7 +2,10 @@
 ///
 /// For C11 and C++20. All text is UTF-16 and NUL-terminated; what is passed in is only read. Every call
 /// stands for itself: it loads what it needs, answers, and leaves nothing loaded or open. Calls from several
-/// threads at once are supported. No C++ exception ever leaves a call.
+/// threads at once are supported. No exception ever leaves a call, neither one of this library's own compiler
+/// nor what device libraries raise that Microsoft's compiler made: each ends as a result. A crash inside a
+/// device library (an access violation, say) is no exception: it passes untouched to the calling process and
+/// its crash reporter.
 ///
 /// The configuration (an XML file named after the executable) and the device libraries are found beside the
 /// executable of the calling process.
@@ -52,14 +55,13 @@ enum {
 /// Gathers the printer's data items as one JSON object of string members, "CID" last.
 ///
 /// Item values are copied into the text as the device gave them; nothing is escaped.
-/// @param response    receives the answer and its NUL. It has no capacity: it must hold the whole answer. A
-/// null
-///                    buffer makes the call fail. Written only when the result is TRUE.
+/// @param response    receives the answer and its NUL. It has no capacity: it must hold the whole answer.
+///                    A null buffer makes the call fail. Written only when the result is TRUE.
 /// @param queue       name of the print queue; at most 1023 characters count.
 /// @param default_cid the CID to answer with when the device names none; may be null or empty; at most 1023
 ///                    characters count.
 /// @param items       names of the items to read, or null for all items of the data map. A null entry is
-/// skipped.
+///                    skipped.
 /// @param item_count  number of entries in `items`; negative counts as 0.
 /// @return TRUE (1) when at least one item was read, else FALSE (0).
 CustomBidiBool GetBidiResponse(CustomBidiChar* response,
@@ -74,15 +76,14 @@ CustomBidiBool GetBidiResponse(CustomBidiChar* response,
 /// A printer that cannot be read is answered with printerState 5 and responseCode 1, and TRUE.
 /// @param address  the printer's IP address as text; at most 1023 characters count.
 /// @param response receives the answer and its NUL; at least 80 characters. A null buffer makes the call
-/// fail.
+///                 fail.
 /// @return FALSE when the call could not be set up (nothing is written) or the answer is "{}".
 CustomBidiBool GetStatusData(const CustomBidiChar* address, CustomBidiChar* response);
 
 /// Says what lies behind the queue's port.
 /// @param queue  name of the print queue.
 /// @param status receives one of the kCustomBidiPort values, or stays untouched when the question could not
-/// be
-///               answered; may be null.
+///               be answered; may be null.
 /// @return FALSE when the queue name is missing, or the configuration or the device library does not load.
 CustomBidiBool GetPortStatus(const CustomBidiChar* queue, CustomBidiLong* status);
 
@@ -109,8 +110,7 @@ CustomBidiBool IsPasswordPresent(const CustomBidiChar* user,
 /// Reads the printer's device certificate, its security warnings and the device UUID.
 /// @param mode 0: full reading over the device's address; 1: without an address.
 /// @return a new record, or null. Its contents go back through DeleteDeviceCertificate; the record's own 40
-/// bytes
-///         come from CoTaskMemAlloc and are the caller's.
+///         bytes come from CoTaskMemAlloc and are the caller's.
 DeviceCertificate* GetDeviceCertificate(const CustomBidiChar* user,
                                         const CustomBidiChar* queue,
                                         CustomBidiDword mode);

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "pal/accounting.h"
-#include "pal/dom_document.h"
-#include "pal/guarded.h"
-#include "pal/xml_library.h"
+#include "pal/dom.h"
+#include "pal/internal.h"
 
 namespace {
 
@@ -26,40 +24,50 @@ constexpr CLSID kDomDocumentClasses[] = {
 }  // namespace
 
 HRESULT CoInitializeEx(void* reserved, DWORD flags) {
-  if (pal::MustFail("CoInitializeEx"))
+  if (pal::MustFail("CoInitializeEx")) {
     return E_OUTOFMEMORY;
-  if (reserved || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED))
+  }
+  if ((reserved != nullptr) || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED)) {
     return E_INVALIDARG;
+  }
   Apartment& apartment = t_apartment;
-  if (apartment.initialisations != 0 && apartment.model != flags)
+  if (apartment.initialisations != 0 && apartment.model != flags) {
     return RPC_E_CHANGED_MODE;
+  }
   apartment.model = flags;
   pal::CountUp(pal::Kind::kComInitialisation);
   return ++apartment.initialisations == 1 ? S_OK : S_FALSE;
 }
 
 void CoUninitialize() {
-  if (t_apartment.initialisations == 0)
+  if (t_apartment.initialisations == 0) {
     return;
+  }
   --t_apartment.initialisations;
   pal::CountDown(pal::Kind::kComInitialisation);
 }
 
 HRESULT CoCreateInstance(REFCLSID class_id, IUnknown* outer, DWORD context, REFIID iid, void** object) {
-  if (!object)
+  if (object == nullptr) {
     return E_INVALIDARG;
+  }
   *object = nullptr;
-  if (pal::MustFail("CoCreateInstance"))
+  if (pal::MustFail("CoCreateInstance")) {
     return REGDB_E_CLASSNOTREG;
-  if (t_apartment.initialisations == 0)
+  }
+  if (t_apartment.initialisations == 0) {
     return CO_E_NOTINITIALIZED;
-  if (outer)
+  }
+  if (outer != nullptr) {
     return CLASS_E_NOAGGREGATION;
-  if (context != CLSCTX_INPROC_SERVER)
+  }
+  if (context != CLSCTX_INPROC_SERVER) {
     return E_INVALIDARG;
+  }
   const bool is_dom_document = std::find(std::begin(kDomDocumentClasses), std::end(kDomDocumentClasses),
                                          class_id) != std::end(kDomDocumentClasses);
-  if (!is_dom_document || !pal::HasXmlLibrary())
+  if (!is_dom_document || base::TheXmlFunctions() == nullptr) {
     return REGDB_E_CLASSNOTREG;
+  }
   return pal::GuardedMethod([&] { return pal::CreateDomDocument(iid, object); });
 }

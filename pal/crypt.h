@@ -1,7 +1,7 @@
 #pragma once
 
-#include "pal/error_codes.h"
-#include "pal/types.h"
+#include "base/error_codes.h"
+#include "base/types.h"
 
 inline constexpr DWORD X509_ASN_ENCODING = 0x00000001;
 inline constexpr DWORD PKCS_7_ASN_ENCODING = 0x00010000;

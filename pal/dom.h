@@ -1,91 +1,56 @@
 #pragma once
 
-/// The part of the MSXML DOM that is used here, over libxml2.
-///
-/// Every method gives a non-negative result on success; S_FALSE stands for "there is none", with the out
-/// parameter null. A null out parameter is E_INVALIDARG. An out parameter that is an object comes with a
-/// reference, a BSTR is the caller's to free. Objects may be used and released on any thread, one at a time.
+#include <memory>
+#include <string>
+#include <string_view>
 
-#include "pal/com.h"
-#include "pal/oleauto.h"
-#include "pal/types.h"
+#include "base/types.h"
+#include "base/xml_functions.h"
 
-struct IXMLDOMNode;
+namespace pal {
 
-/// What went wrong with the load of a document; all zero, and without a reason, when nothing did.
-struct IXMLDOMParseError : IUnknown {
-  /// A negative code: 0x800C0006 when there is no such file, 0x80070005 when it may not be read, 0xC00CExxx
-  /// when it is no well-formed document. S_FALSE with 0 when nothing went wrong.
-  virtual HRESULT get_errorCode(LONG* code) = 0;
-  /// Ends in CR LF. S_FALSE with a null text when nothing went wrong.
-  virtual HRESULT get_reason(BSTR* reason) = 0;
-  /// Counts from 1; 0 when the error is not one of the text.
-  virtual HRESULT get_line(LONG* line) = 0;
-  /// Counts from 1; 0 when the error is not one of the text.
-  virtual HRESULT get_linepos(LONG* position) = 0;
+/// Only where libxml2 has been found.
+inline const base::XmlFunctions& Xml() {
+  return *base::TheXmlFunctions();
+}
 
- protected:
-  ~IXMLDOMParseError() = default;
+struct DomError {
+  HRESULT code = 0;  // 0: none
+  LONG line = 0;
+  LONG position = 0;
+  std::u16string reason;
 };
 
-struct IXMLDOMNodeList : IUnknown {
-  virtual HRESULT get_item(LONG index, IXMLDOMNode** node) = 0;
-  virtual HRESULT get_length(LONG* length) = 0;
-
- protected:
-  ~IXMLDOMNodeList() = default;
+struct FreeXmlDocument {
+  void operator()(xmlDoc* document) const { Xml().Call<&::xmlFreeDoc>(document); }
 };
 
-struct IXMLDOMNamedNodeMap : IUnknown {
-  /// The attribute of that qualified name. Namespace declarations are not among them.
-  virtual HRESULT getNamedItem(BSTR name, IXMLDOMNode** node) = 0;
+/// What a load made: the tree, or null and why. It never changes, and every object of the DOM that stands for
+/// a part of it shares it.
+struct DomTree {
+  std::unique_ptr<xmlDoc, FreeXmlDocument> document;
+  DomError error;
+};
+using DomTreePtr = std::shared_ptr<const DomTree>;
 
- protected:
-  ~IXMLDOMNamedNodeMap() = default;
+/// Loads the file of a Windows path. Never null; may throw std::bad_alloc.
+DomTreePtr LoadDomTree(std::u16string_view path);
+
+/// For the life of this object, and on this thread only, libxml2 reports errors to `handler` with `context`
+/// instead of printing them. The last error it keeps per thread is forgotten at the end.
+class ScopedXmlErrors {
+ public:
+  ScopedXmlErrors(xmlStructuredErrorFunc handler, void* context);
+  ~ScopedXmlErrors();
+  ScopedXmlErrors(const ScopedXmlErrors&) = delete;
+  ScopedXmlErrors& operator=(const ScopedXmlErrors&) = delete;
+
+ private:
+  xmlStructuredErrorFunc former_handler_;
+  void* former_context_;
 };
 
-struct IXMLDOMDocument;
+/// A new document, empty, by the interface asked for.
+HRESULT CreateDomDocument(REFIID iid, void** object);
 
-/// A node keeps its whole document alive.
-struct IXMLDOMNode : IUnknown {
-  /// S_FALSE for any node but an element.
-  virtual HRESULT get_attributes(IXMLDOMNamedNodeMap** attributes) = 0;
-  /// The query is XPath 1.0, relative to this node, without namespace prefixes. Negative when it is malformed
-  /// or does not give nodes.
-  virtual HRESULT selectNodes(BSTR query, IXMLDOMNodeList** nodes) = 0;
-  /// The first of them in document order.
-  virtual HRESULT selectSingleNode(BSTR query, IXMLDOMNode** node) = 0;
-  /// The text of the node and all below it, without white space at its ends unless it is an attribute's.
-  virtual HRESULT get_text(BSTR* text) = 0;
-  /// S_FALSE for the document itself. It may be another object than the one that loaded it, but has its parse
-  /// error.
-  virtual HRESULT get_ownerDocument(IXMLDOMDocument** document) = 0;
-
- protected:
-  ~IXMLDOMNode() = default;
-};
-
-struct IXMLDOMElement : IXMLDOMNode {
- protected:
-  ~IXMLDOMElement() = default;
-};
-
-struct IXMLDOMDocument : IXMLDOMNode {
-  /// Loading is always synchronous: E_INVALIDARG for VARIANT_TRUE.
-  virtual HRESULT put_async(VARIANT_BOOL is_async) = 0;
-  /// Loads the file whose path is the VT_BSTR `source`, in place of what was there before. S_FALSE and
-  /// VARIANT_FALSE when it cannot be read or is not well-formed, which includes a prefix without a namespace;
-  /// the parse error says why. Nothing outside the file is ever read, and a document with a DOCTYPE is
-  /// refused.
-  virtual HRESULT load(VARIANT source, VARIANT_BOOL* is_successful) = 0;
-  virtual HRESULT get_parseError(IXMLDOMParseError** error) = 0;
-  virtual HRESULT get_documentElement(IXMLDOMElement** element) = 0;
-
- protected:
-  ~IXMLDOMDocument() = default;
-};
-
-struct IXMLDOMDocument3 : IXMLDOMDocument {
- protected:
-  ~IXMLDOMDocument3() = default;
-};
+}  // namespace pal

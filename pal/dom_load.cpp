@@ -4,11 +4,10 @@
 #include <cstdio>
 #include <limits>
 
-#include "pal/dom_tree.h"
-#include "pal/error_codes.h"
-#include "pal/path.h"
-#include "pal/posix.h"
-#include "pal/text.h"
+#include "base/error_codes.h"
+#include "base/files.h"
+#include "base/utf.h"
+#include "pal/dom.h"
 
 namespace pal {
 namespace {
@@ -66,12 +65,13 @@ struct ParseLog {
 
 void OnXmlError(void* context, xmlErrorPtr error) {
   auto& log = *static_cast<ParseLog*>(context);
-  if (error->level < XML_ERR_ERROR || log.xml_error != XML_ERR_OK)
+  if (error->level < XML_ERR_ERROR || log.xml_error != XML_ERR_OK) {
     return;
+  }
   log.xml_error = error->code;
   log.line = error->line;
   log.position = error->int2;
-  std::snprintf(log.message, sizeof(log.message), "%s", error->message ? error->message : "");
+  std::snprintf(log.message, sizeof(log.message), "%s", error->message != nullptr ? error->message : "");
 }
 
 void OnDoctype(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
@@ -80,7 +80,7 @@ void OnDoctype(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
   log.has_doctype = true;
   log.line = parser->input->line;
   log.position = parser->input->col;
-  Xml().xmlStopParser(parser);
+  Xml().Call<&::xmlStopParser>(parser);
 }
 
 DomError ReadError(DWORD code) {
@@ -99,34 +99,41 @@ DomError ReadError(DWORD code) {
 
 DomError SyntaxError(const ParseLog& log) {
   DomError error{kDtdProhibited, std::max(log.line, 1), std::max(log.position, 1), u"DTD is prohibited.\r\n"};
-  if (log.has_doctype)
+  if (log.has_doctype) {
     return error;
+  }
   error.code = CodeOfXmlError(log.xml_error);
-  error.reason = ToUtf16(log.message);
-  while (!error.reason.empty() && error.reason.back() <= u' ')
+  error.reason = base::ToUtf16(log.message);
+  while (!error.reason.empty() && error.reason.back() <= u' ') {
     error.reason.pop_back();
-  if (error.reason.empty())
+  }
+  if (error.reason.empty()) {
     error.reason = u"The document is not well-formed";
-  if (error.reason.back() != u'.')
+  }
+  if (error.reason.back() != u'.') {
     error.reason += u'.';
+  }
   error.reason += u"\r\n";
   return error;
 }
 
 void Parse(const std::string& bytes, DomTree& tree) {
-  const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> parser(Xml().xmlNewParserCtxt(),
-                                                                          Xml().xmlFreeParserCtxt);
-  if (!parser)
+  const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> parser(Xml().Call<&::xmlNewParserCtxt>(),
+                                                                          Xml().Get<&::xmlFreeParserCtxt>());
+  if (!parser) {
     throw std::bad_alloc();
+  }
   ParseLog log;
   const ScopedXmlErrors errors(OnXmlError, &log);
   parser->_private = &log;
   parser->sax->internalSubset = OnDoctype;
   // Nothing is fetched, no entity is replaced, and libxml2's limits on depth and size stand.
-  tree.document.reset(Xml().xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()),
-                                              nullptr, nullptr, XML_PARSE_NONET | XML_PARSE_BIG_LINES));
-  if (log.xml_error == XML_ERR_NO_MEMORY)
+  tree.document.reset(Xml().Call<&::xmlCtxtReadMemory>(parser.get(), bytes.data(),
+                                                       static_cast<int>(bytes.size()), nullptr, nullptr,
+                                                       XML_PARSE_NONET | XML_PARSE_BIG_LINES));
+  if (log.xml_error == XML_ERR_NO_MEMORY) {
     throw std::bad_alloc();
+  }
   if (!tree.document || !parser->nsWellFormed || log.has_doctype) {
     tree.document.reset();
     tree.error = SyntaxError(log);
@@ -136,32 +143,35 @@ void Parse(const std::string& bytes, DomTree& tree) {
 }  // namespace
 
 ScopedXmlErrors::ScopedXmlErrors(xmlStructuredErrorFunc handler, void* context)
-    : former_handler_(*Xml().xmlStructuredErrorPlace()),
-      former_context_(*Xml().xmlStructuredErrorContextPlace()) {
-  Xml().xmlSetStructuredErrorFunc(context, handler);
+    : former_handler_(*Xml().Call<&::__xmlStructuredError>()),
+      former_context_(*Xml().Call<&::__xmlStructuredErrorContext>()) {
+  Xml().Call<&::xmlSetStructuredErrorFunc>(context, handler);
 }
 
 ScopedXmlErrors::~ScopedXmlErrors() {
-  Xml().xmlResetLastError();
-  Xml().xmlSetStructuredErrorFunc(former_context_, former_handler_);
+  Xml().Call<&::xmlResetLastError>();
+  Xml().Call<&::xmlSetStructuredErrorFunc>(former_context_, former_handler_);
 }
 
 DomTreePtr LoadDomTree(std::u16string_view path) {
   auto tree = std::make_shared<DomTree>();
   std::string posix_path;
   std::string bytes;
-  DWORD code = ToPosixPath(path, &posix_path);
-  if (code == ERROR_SUCCESS)
-    code = ReadWholeFile(posix_path, &bytes);
-  if (code == ERROR_SUCCESS && bytes.size() > size_t{std::numeric_limits<int>::max()})
+  DWORD code = base::ToPosixPath(path, &posix_path);
+  if (code == ERROR_SUCCESS) {
+    code = base::ReadWholeFile(posix_path, &bytes);
+  }
+  if (code == ERROR_SUCCESS && bytes.size() > size_t{std::numeric_limits<int>::max()}) {
     code = ERROR_NOT_ENOUGH_MEMORY;
-  if (code != ERROR_SUCCESS)
+  }
+  if (code != ERROR_SUCCESS) {
     tree->error = ReadError(code);
-  else if (bytes.empty())
+  } else if (bytes.empty()) {
     tree->error = {static_cast<HRESULT>(0xC00CE558), 1, 1,
                    u"XML document must have a top level element.\r\n"};
-  else
+  } else {
     Parse(bytes, *tree);
+  }
   return tree;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "pal/error_codes.h"
-#include "pal/types.h"
+#include "base/error_codes.h"
+#include "base/types.h"
 
 inline constexpr DWORD GENERIC_READ = 0x80000000;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000;
@@ -27,9 +27,10 @@ HANDLE CreateFileW(const WCHAR* path,
                    DWORD attributes,
                    HANDLE template_file);
 
-/// Goes to the end of the file, which is the one place it can go to: `distance` 0, `distance_high` null,
-/// `method` FILE_END. Returns the position, or INVALID_SET_FILE_POINTER; a position beyond 32 bits is a
-/// failure.
+/// Goes to the end of the file, which is the one place it can go to: `distance` 0, `*distance_high` 0 or
+/// null, `method` FILE_END. Returns the low 32 bits of the position, with the others in `*distance_high`, or
+/// INVALID_SET_FILE_POINTER. That may be a position too: the last error is then 0. Without `distance_high`, a
+/// position beyond 32 bits is a failure.
 DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method);
 
 /// Writes all of `buffer` or fails. `written` receives what was written in either case.

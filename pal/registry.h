@@ -1,13 +1,10 @@
 #pragma once
 
-/// The registry of the one file `<home>/registry.reg` (home.h, registry_file.h), read anew by each open.
+/// The registry of the one file `<home>/registry.reg` (home_registry.h), read anew by each open.
 
-#include "pal/error_codes.h"
-#include "pal/types.h"
+#include "base/error_codes.h"
+#include "base/types.h"
 
-inline constexpr DWORD REG_SZ = 1;
-inline constexpr DWORD REG_BINARY = 3;
-inline constexpr DWORD REG_DWORD = 4;
 inline constexpr REGSAM KEY_READ = 0x20019;
 
 inline const HKEY HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(intptr_t{static_cast<LONG>(0x80000002)});

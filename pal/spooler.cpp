@@ -7,12 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "pal/accounting.h"
-#include "pal/cups_queues.h"
-#include "pal/guarded.h"
-#include "pal/handle_table.h"
-#include "pal/home.h"
-#include "pal/registry_file.h"
+#include "base/cups_queues.h"
+#include "base/files.h"
+#include "base/home_registry.h"
+#include "pal/internal.h"
 
 namespace {
 
@@ -33,18 +31,22 @@ std::u16string KeyOfQueue(std::u16string_view name) {
 
 DWORD FindQueue(std::u16string_view name, Printer* printer) {
   // A backslash would lead to the keys below a queue's; a name that has one means another machine's queue.
-  if (name.empty() || name.find(u'\\') != std::u16string_view::npos)
+  if (name.empty() || name.find(u'\\') != std::u16string_view::npos) {
     return ERROR_INVALID_PRINTER_NAME;
-  pal::RegistryFile registry;
-  const DWORD code = pal::RegistryFile::Load(pal::RegistryFilePath(), &registry);
-  if (code != ERROR_SUCCESS)
+  }
+  base::RegistryFile registry;
+  const DWORD code = base::RegistryFile::Load(base::RegistryFilePath(), &registry);
+  if (code != ERROR_SUCCESS) {
     return code;
+  }
   const std::u16string key = KeyOfQueue(name);
   printer->name = name;
-  if (const pal::RegistryValue* port = registry.FindValue(key, u"Port"))
+  if (const base::RegistryValue* port = registry.FindValue(key, u"Port")) {
     printer->port = port->Text();
-  if (!printer->port)
-    printer->port = pal::FindCupsDevice(name);
+  }
+  if (!printer->port) {
+    printer->port = base::FindCupsDevice(name);
+  }
   return printer->port || registry.HasKey(key) ? ERROR_SUCCESS : ERROR_INVALID_PRINTER_NAME;
 }
 
@@ -63,21 +65,26 @@ LPWSTR PlaceText(const std::u16string& text, BYTE*& at) {
 }  // namespace
 
 BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
-  if (!printer)
+  if (printer == nullptr) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  }
   *printer = nullptr;
-  if (pal::MustFail("OpenPrinterW"))
+  if (pal::MustFail("OpenPrinterW")) {
     return FailWith(ERROR_ACCESS_DENIED, FALSE);
-  if (!name || defaults)
+  }
+  if ((name == nullptr) || (defaults != nullptr)) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  }
   return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
     auto opened = std::make_unique<Printer>();
     const DWORD code = FindQueue(name, opened.get());
-    if (code != ERROR_SUCCESS)
+    if (code != ERROR_SUCCESS) {
       return FailWith(static_cast<LONG>(code), FALSE);
+    }
     *printer = g_printers.Insert(opened.get());
-    if (!*printer)
+    if (*printer == nullptr) {
       return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+    }
     static_cast<void>(opened.release());  // the table's now
     pal::CountUp(pal::Kind::kPrinter);
     return TRUE;
@@ -85,34 +92,41 @@ BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
 }
 
 BOOL GetPrinterW(HANDLE printer, DWORD level, BYTE* info, DWORD size_bytes, DWORD* needed_bytes) {
-  if (!needed_bytes || (!info && size_bytes != 0))
+  if ((needed_bytes == nullptr) || ((info == nullptr) && size_bytes != 0)) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
+  }
   *needed_bytes = 0;
-  if (pal::MustFail("GetPrinterW"))
+  if (pal::MustFail("GetPrinterW")) {
     return FailWith(ERROR_NOT_ENOUGH_MEMORY, FALSE);
-  if (level != 2)
+  }
+  if (level != 2) {
     return FailWith(ERROR_INVALID_LEVEL, FALSE);
+  }
   return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
     const auto opened = g_printers.Find(printer);
-    if (!opened)
+    if (!opened) {
       return FailWith(ERROR_INVALID_HANDLE, FALSE);
+    }
     const auto& [name, port] = **opened;
     *needed_bytes = static_cast<DWORD>(sizeof(PRINTER_INFO_2W) + SizeOf(name) + (port ? SizeOf(*port) : 0));
-    if (size_bytes < *needed_bytes)
+    if (size_bytes < *needed_bytes) {
       return FailWith(ERROR_INSUFFICIENT_BUFFER, FALSE);
+    }
     auto* queue = new (info) PRINTER_INFO_2W{};
     BYTE* texts = info + sizeof(PRINTER_INFO_2W);
     queue->pPrinterName = PlaceText(name, texts);
-    if (port)
+    if (port) {
       queue->pPortName = PlaceText(*port, texts);
+    }
     return TRUE;
   });
 }
 
 BOOL ClosePrinter(HANDLE printer) {
   const auto opened = g_printers.Remove(printer);
-  if (!opened)
+  if (!opened) {
     return FailWith(ERROR_INVALID_HANDLE, FALSE);
+  }
   delete *opened;
   pal::CountDown(pal::Kind::kPrinter);
   return TRUE;

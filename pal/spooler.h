@@ -4,8 +4,8 @@
 /// HKEY_LOCAL_MACHINE; its text value `Port` names the port. One that is not there, or has no port there, is
 /// asked of CUPS, whose device URI is the port's name.
 
-#include "pal/error_codes.h"
-#include "pal/types.h"
+#include "base/error_codes.h"
+#include "base/types.h"
 
 struct DEVMODEW;
 

@@ -6,22 +6,9 @@
 
 namespace pal {
 
-struct LiveCounts {
-  long handles;              ///< CreateFileW
-  long modules;              ///< LoadLibraryW
-  long com_initialisations;  ///< CoInitializeEx, of all threads
-  long bstrs;
-  long dom_objects;
-  long blocks;  ///< GlobalAlloc, CoTaskMemAlloc and the texts of FormatMessageW
-  long registry_keys;
-  long printers;
-  long certificates;
-};
-
-/// Negative counts are possible: what another module's copy of this layer made may be freed here.
-LiveCounts CountLiveObjects();
-
-/// The sum of all counts.
+/// How much is out: files, modules, COM initialisations of all threads, BSTRs, DOM objects, blocks (also the
+/// texts of FormatMessageW), registry keys, printers and certificates. It can be negative: what another
+/// module's copy of this layer made may be freed here.
 long LiveObjects();
 
 /// The counts that are not 0, for a failure message: "2 bstrs, 1 modules", or "nothing".

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds everything and asks the simulated printer what a printer driver's extension would ask it.
-#   scripts/demo.sh             on Linux, then the same answer from the Windows DLL under Wine
-#   scripts/demo.sh --linux     on Linux alone: fewer packages, half the time
+#   scripts/demo.sh             on Linux, then the same answers from the Windows DLL under Wine
+#   scripts/demo.sh --linux     on Linux alone: fewer packages, less time
 #   scripts/demo.sh --real      asks real servers on this machine instead: CUPS's printer and spooler, an SNMP agent
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -57,10 +57,8 @@ if [ "$real" ]; then
   exit
 fi
 
-scripts/setup.sh "${lanes[@]}"
-for lane in "${lanes[@]}"; do
-  build "$lane"
-done
+scripts/setup.sh native
+build native
 
 # A home of the demo's own: the queue and the trace below touch nothing else.
 export CUSTOMBIDI_HOME="$PWD/build/demo-home"
@@ -108,6 +106,9 @@ rm -f printer.json certificate.der
 if [ ${#lanes[@]} -gt 1 ]; then
   answer=$(./bidictl items Office)
   cd ../../../..
+  echo
+  scripts/setup.sh windows
+  build windows
   # shellcheck source=scripts/wine_prefix.sh
   . scripts/wine_prefix.sh
   cd build/windows/hosts/simulated

@@ -4,8 +4,64 @@ scripts/setup.sh native peers
 build native
 cmake --build --preset native --target network_host >>build/native.log
 
-# shellcheck source=scripts/local_printer.sh
-. scripts/local_printer.sh
+servers=$(mktemp -d /tmp/local-servers-XXXXXX)
+declare -A server_ids=()
+
+# end_server NAME
+end_server() {
+  kill "${server_ids[$1]}" 2>/dev/null || true
+  wait "${server_ids[$1]}" 2>/dev/null || true
+  unset "server_ids[$1]"
+}
+
+end_servers() {
+  local name
+  for name in "${!server_ids[@]}"; do
+    end_server "$name"
+  done
+  rm -rf "$servers"
+}
+trap end_servers EXIT
+
+# start_server NAME [WORD...]: see local_servers.sh; on the same port when it was there before.
+start_server() {
+  local name=$1
+  shift
+  mkdir -p "$servers/$name"
+  rm -f "$servers/$name/ready"
+  scripts/local_servers.sh "$name" "$servers/$name" "$@" &
+  server_ids[$name]=$!
+  until [ -e "$servers/$name/ready" ]; do
+    kill -0 "${server_ids[$name]}" || exit 1
+    sleep 0.05
+  done
+}
+
+# start_printer KEYS: with this certificate.
+start_printer() {
+  start_server printer "$printer_keys/$1" tests/peers/good.attributes tests/peers/good.strings
+}
+
+# set_printer_state OBJECT TYPE VALUE...
+set_printer_state() {
+  SNMPCONFPATH=$servers MIBS='' snmpset -v2c -c public -t 1 -r 0 "127.0.0.1:$snmp_port" "$@" >/dev/null
+}
+
+printer_keys=$servers/keys
+bash tests/peers/make_printer_keys.sh "$printer_keys" >/dev/null 2>&1
+mkdir "$servers/agent"
+cat >"$servers/agent/lines" <<'CONF'
+rwcommunity public 127.0.0.1
+override -rw 1.3.6.1.2.1.25.3.2.1.5.1 integer 2
+override -rw 1.3.6.1.2.1.25.3.5.1.1.1 integer 3
+override -rw 1.3.6.1.2.1.25.3.5.1.2.1 octet_str 0x00
+CONF
+start_server agent
+snmp_port=$(cat "$servers/agent/port")
+start_printer good
+printer_port=$(cat "$servers/printer/port")
+start_server spooler
+export CUPS_SERVER=$servers/spooler/socket
 export CUSTOMBIDI_HOME=$servers/home
 cp -r build/native/hosts/network "$servers/host"
 cat >"$servers/host/network.json" <<JSON
@@ -35,10 +91,10 @@ in_host ./bidictl certificate trust Office --user jdoe --yes
 in_host ./bidictl certificate verify Office --user jdoe
 echo
 echo "The printer's certificate is replaced by one that has expired:"
+end_server printer
 start_printer expired
 in_host ./bidictl certificate verify Office --user jdoe
 echo
 echo "The printer is switched off:"
-kill "$printer_id"
-wait "$printer_id" 2>/dev/null || true
+end_server printer
 in_host ./bidictl port Office

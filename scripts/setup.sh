@@ -8,7 +8,7 @@ declare -A groups=(
   [native]="g++ cmake ninja-build pkgconf libxml2-dev libssl-dev openssl nlohmann-json3-dev libcli11-dev
             libsnmp-dev libcups2-dev libsecret-1-dev"
   [windows]="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64"
-  [test]="git googletest libbenchmark-dev clang libclang-rt-14-dev clang-format clang-tidy"
+  [test]="git googletest libbenchmark-dev clang lld llvm libclang-rt-14-dev clang-format clang-tidy"
   [peers]="snmpd snmp cups-ipp-utils cups-client cups-daemon dbus-daemon gnome-keyring libsecret-tools"
 )
 declare -A services=(

@@ -22,14 +22,17 @@
 
 #define W(text) L##text
 
+#ifdef __MINGW32__
 // The interface of MSXML 4 and later, which mingw-w64 does not declare. A COM interface has no destructor to
 // speak of.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 struct IXMLDOMDocument3 : public IXMLDOMDocument2 {
+  virtual HRESULT STDMETHODCALLTYPE validateNode(IXMLDOMNode* node, IXMLDOMParseError** error) = 0;
   virtual HRESULT STDMETHODCALLTYPE importNode(IXMLDOMNode* node, VARIANT_BOOL deep, IXMLDOMNode** clone) = 0;
 };
 #pragma GCC diagnostic pop
+#endif
 
 #else
 

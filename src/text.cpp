@@ -15,23 +15,27 @@ class BoundedWriter {
   explicit BoundedWriter(std::span<WCHAR> target) : target_(target) {}
 
   void Append(WStringView text) {
-    if (length_ < target_.size())
+    if (length_ < target_.size()) {
       std::copy_n(text.begin(), std::min(text.size(), target_.size() - length_), target_.begin() + Offset());
+    }
     length_ += text.size();
   }
 
   void AppendRepeated(WCHAR unit, size_t count) {
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
       Append(WStringView(&unit, 1));
+    }
   }
 
   /// Terminates the text, without half a pair at the cut, and returns its whole length.
   size_t Finish() {
-    if (target_.empty())
+    if (target_.empty()) {
       return length_;
+    }
     size_t end = std::min(length_, target_.size() - 1);
-    if (end < length_ && end > 0 && IsHighSurrogate(target_[end - 1]))
+    if (end < length_ && end > 0 && IsHighSurrogate(target_[end - 1])) {
       --end;
+    }
     target_[end] = 0;
     return length_;
   }
@@ -60,12 +64,15 @@ Conversion ParseConversion(WStringView format) {
     conversion.zero_fill = true;
     ++at;
   }
-  for (; at < format.size() && format[at] >= '0' && format[at] <= '9'; ++at)
+  for (; at < format.size() && format[at] >= '0' && format[at] <= '9'; ++at) {
     conversion.width = std::min(kMaxWidth, conversion.width * 10 + static_cast<size_t>(format[at] - '0'));
-  while (at < format.size() && format[at] == 'l')
+  }
+  while (at < format.size() && format[at] == 'l') {
     ++at;
-  if (at < format.size())
+  }
+  if (at < format.size()) {
     conversion.kind = format[at++];
+  }
   conversion.length = at;
   return conversion;
 }
@@ -91,19 +98,23 @@ void AppendNumber(BoundedWriter& writer, const Conversion& conversion, uint32_t 
   const WStringView text(&digits[first], digits.size() - first);
   const size_t written = text.size() + (negative ? 1 : 0);
   const size_t fill = conversion.width > written ? conversion.width - written : 0;
-  if (!conversion.zero_fill)
+  if (!conversion.zero_fill) {
     writer.AppendRepeated(' ', fill);
-  if (negative)
+  }
+  if (negative) {
     writer.AppendRepeated('-', 1);
-  if (conversion.zero_fill)
+  }
+  if (conversion.zero_fill) {
     writer.AppendRepeated('0', fill);
+  }
   writer.Append(text);
 }
 
 void AppendWords(BoundedWriter& writer, const Conversion& conversion, const WCHAR* words) {
   const WStringView text(words != nullptr ? words : W("(null)"));
-  if (conversion.width > text.size())
+  if (conversion.width > text.size()) {
     writer.AppendRepeated(' ', conversion.width - text.size());
+  }
   writer.Append(text);
 }
 
@@ -119,9 +130,13 @@ WStringView BstrText(BSTR text) noexcept {
 }
 
 bool CopyText(std::span<WCHAR> target, WStringView source) noexcept {
-  BoundedWriter writer(target);
-  writer.Append(source);
-  return writer.Finish() < target.size();
+  if (target.empty()) {
+    return false;
+  }
+  const size_t kept = std::min(source.size(), target.size() - 1);
+  std::copy_n(source.begin(), kept, target.begin());
+  target[kept] = 0;
+  return kept == source.size();
 }
 
 bool CopyText(std::span<WCHAR> target, const WCHAR* source) noexcept {
@@ -138,8 +153,9 @@ size_t FormatTextList(std::span<WCHAR> target,
     const size_t percent = std::min(rest.find(WCHAR{'%'}), rest.size());
     writer.Append(rest.substr(0, percent));
     rest.remove_prefix(percent);
-    if (rest.empty())
+    if (rest.empty()) {
       break;
+    }
 
     const Conversion conversion = ParseConversion(rest);
     const FormatArgument* argument = next < arguments.size() ? &arguments[next] : nullptr;

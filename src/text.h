@@ -21,8 +21,9 @@ inline bool IsNullOrEmpty(const WCHAR* text) noexcept {
 /// The text of a BSTR up to its first NUL, at most its own length; empty for null.
 WStringView BstrText(BSTR text) noexcept;
 
-/// Copies as much of `source` as fits into `target` with a terminator, never half of a surrogate pair.
-/// An empty `target` is left alone. Returns false when `source` did not fit whole.
+/// Copies as many units of `source` as fit into `target` with a terminator, exactly: names and values keep
+/// their first characters, whatever these are. An empty `target` is left alone. Returns false when `source`
+/// did not fit whole.
 bool CopyText(std::span<WCHAR> target, WStringView source) noexcept;
 
 /// The same for NUL-terminated text; null counts as empty.
@@ -49,7 +50,8 @@ class FormatArgument {
   bool is_text_ = false;
 };
 
-/// Formats into `target` as printf does, bounded and terminated as CopyText is.
+/// Formats into `target` as printf does, bounded and terminated. A text that is cut, for the trace then, does
+/// not end with half of a surrogate pair.
 ///
 /// Conversions: %s (also %ls), %d, %u, %x, %X with an optional 0 flag and width, and %%. A conversion that is
 /// unknown, or whose argument is missing or of the other kind, is written as it stands.

@@ -38,8 +38,9 @@ class Unique {
 
   void Reset(Value value = Traits::Empty()) noexcept {
     const Value old = std::exchange(value_, value);
-    if (old == Traits::Empty())
+    if (old == Traits::Empty()) {
       return;
+    }
     const DWORD last_error = GetLastError();
     Traits::Close(old);
     SetLastError(last_error);

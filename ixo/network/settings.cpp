@@ -10,15 +10,15 @@
 #include <stdexcept>
 
 #include "ixo/support/host_files.h"
-#include "ixo/support/json_parts.h"
+#include "ixo/support/json.h"
 #include "ixo/support/objects.h"
 
 namespace custom_bidi::network {
 namespace {
 
-using device::Fail;
-using device::Json;
-using device::Member;
+using support::Fail;
+using support::Json;
+using support::Member;
 
 constexpr char kFileName[] = "network.json";
 
@@ -31,7 +31,7 @@ void ReadInteger(const Json& json,
                  const std::string& where,
                  Integer& value) {
   if (json.contains(name)) {
-    value = static_cast<Integer>(device::IntegerFrom(json[name], lowest, highest, Member(where, name)));
+    value = static_cast<Integer>(support::IntegerFrom(json[name], lowest, highest, Member(where, name)));
   }
 }
 
@@ -39,7 +39,7 @@ std::string StringFrom(const Json& json, const std::string& where) {
   if (!json.is_string()) {
     Fail(where, std::string("a text is expected, not ") + json.type_name());
   }
-  const auto& text = json.get_ref<const std::string&>();
+  const std::string& text = json.string();
   if (text.find('\0') != std::string::npos) {
     Fail(where, "there is a NUL in the text");
   }
@@ -87,10 +87,10 @@ void RequireUser(const SnmpSettings& snmp, const std::string& where) {
 
 SnmpSettings ReadSnmp(const Json& json) {
   constexpr char kWhere[] = "snmp";
-  device::RequireMembers(json,
-                         {"version", "port", "retries", "community", "user", "authentication",
-                          "authentication_passphrase", "privacy", "privacy_passphrase"},
-                         kWhere);
+  support::RequireMembers(json,
+                          {"version", "port", "retries", "community", "user", "authentication",
+                           "authentication_passphrase", "privacy", "privacy_passphrase"},
+                          kWhere);
   SnmpSettings snmp;
   if (json.contains("version")) {
     snmp.version = ReadVersion(json["version"], "snmp.version");
@@ -123,7 +123,7 @@ std::vector<std::string> ReadPaths(const Json& json,
   if (!json[name].is_array()) {
     Fail(member, std::string("a list of files is expected, not ") + json[name].type_name());
   }
-  for (const Json& entry : json[name]) {
+  for (const Json& entry : json[name].elements()) {
     const std::string path = StringFrom(entry, member);
     if (path.empty()) {
       Fail(member, "a file's name is empty");
@@ -135,7 +135,7 @@ std::vector<std::string> ReadPaths(const Json& json,
 
 TlsSettings ReadTls(const Json& json, const std::string& folder) {
   constexpr char kWhere[] = "tls";
-  device::RequireMembers(json, {"trust_anchors", "revocation_lists"}, kWhere);
+  support::RequireMembers(json, {"trust_anchors", "revocation_lists"}, kWhere);
   return {.trust_anchors = ReadPaths(json, "trust_anchors", kWhere, folder),
           .revocation_lists = ReadPaths(json, "revocation_lists", kWhere, folder)};
 }
@@ -153,7 +153,7 @@ void RequireOwnFile(const std::string& path) {
 std::unique_ptr<const Settings> TryReadSettings() {
   std::string path = kFileName;
   try {
-    const std::optional<std::string> text = device::ReadBesideHost(kFileName, path);
+    const std::optional<std::string> text = support::ReadBesideHost(kFileName, path);
     if (!text) {
       return std::make_unique<const Settings>();
     }
@@ -169,24 +169,24 @@ std::unique_ptr<const Settings> TryReadSettings() {
   }
 }
 
-SRWLOCK settings_lock = SRWLOCK_INIT;
-bool settings_read = false;
-std::unique_ptr<const Settings> settings;
+SRWLOCK g_settings_lock = SRWLOCK_INIT;
+bool g_settings_read = false;
+std::unique_ptr<const Settings> g_settings;
 
 }  // namespace
 
 const Settings* TheSettings() {
-  const device::Locked locked(settings_lock);
-  if (!settings_read) {
-    settings_read = true;
-    settings = TryReadSettings();
+  const support::Locked locked(g_settings_lock);
+  if (!g_settings_read) {
+    g_settings_read = true;
+    g_settings = TryReadSettings();
   }
-  return settings.get();
+  return g_settings.get();
 }
 
 Settings ReadSettings(const std::string& text, const std::string& folder) {
-  const Json json = Json::parse(text);
-  device::RequireMembers(json, {"deadline_ms", "max_answer_bytes", "follow_other_hosts", "snmp", "tls"}, "");
+  const Json json = support::ParseJson(text);
+  support::RequireMembers(json, {"deadline_ms", "max_answer_bytes", "follow_other_hosts", "snmp", "tls"}, "");
   Settings settings;
   int64_t deadline_ms = settings.deadline.count();
   ReadInteger(json, "deadline_ms", 50, 60000, "", deadline_ms);
@@ -196,7 +196,7 @@ Settings ReadSettings(const std::string& text, const std::string& folder) {
     if (!json["follow_other_hosts"].is_boolean()) {
       Fail("follow_other_hosts", "true or false is expected");
     }
-    settings.follow_other_hosts = json["follow_other_hosts"].get<bool>();
+    settings.follow_other_hosts = json["follow_other_hosts"].boolean();
   }
   if (json.contains("snmp")) {
     settings.snmp = ReadSnmp(json["snmp"]);

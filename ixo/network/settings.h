@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "ixo/network/deadline.h"
+#include "ixo/network/exchange.h"
 
 namespace custom_bidi::network {
 
@@ -19,18 +19,18 @@ struct SnmpSettings {
   int retries = 1;
   std::string community = "public";
   /// SNMPv3, always with authentication and privacy (RFC 3414, RFC 3826, RFC 7860).
-  std::string user;
+  std::string user = {};
   std::string authentication = "SHA";  // MD5, SHA, SHA-224, SHA-256, SHA-384, SHA-512
-  std::string authentication_passphrase;
+  std::string authentication_passphrase = {};
   std::string privacy = "AES";  // AES, DES
-  std::string privacy_passphrase;
+  std::string privacy_passphrase = {};
 };
 
 struct TlsSettings {
   /// Files of PEM certificates, beside the system's, that a printer's certificate may lead to; and files of
   /// PEM revocation lists of these. Whole paths.
-  std::vector<std::string> trust_anchors;
-  std::vector<std::string> revocation_lists;
+  std::vector<std::string> trust_anchors = {};
+  std::vector<std::string> revocation_lists = {};
 };
 
 /// What network.json says, or its defaults.
@@ -41,8 +41,8 @@ struct Settings {
   size_t max_answer_bytes = size_t{4} * 1024 * 1024;
   /// Whether what the printer names by a URI may be fetched from another host than the printer.
   bool follow_other_hosts = false;
-  SnmpSettings snmp;
-  TlsSettings tls;
+  SnmpSettings snmp = {};
+  TlsSettings tls = {};
 };
 
 /// The settings of this load of the library: network.json of the running executable's folder, read at the

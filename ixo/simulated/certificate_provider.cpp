@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
-#include "ixo/simulated/certificate_calls.h"
-#include "ixo/support/certificate_answers.h"
-#include "ixo/support/certificate_date.h"
+#include "ixo/simulated/noted_calls.h"
+#include "ixo/support/provider_answers.h"
 
 namespace custom_bidi::simulated {
 
 HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
-  if (!uuid || capacity_chars == 0 || !length_chars) {
+  if ((uuid == nullptr) || capacity_chars == 0 || (length_chars == nullptr)) {
     return E_INVALIDARG;
   }
   *uuid = 0;
@@ -23,12 +22,12 @@ HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_
 }
 
 HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const {
-  if (!certificate_ || !certificate_->uuid) {
-    return device::ResultFromWin32(ERROR_NOT_FOUND);
+  if ((certificate_ == nullptr) || !certificate_->uuid) {
+    return support::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const WString& text = *certificate_->uuid;
   if (text.size() >= capacity_chars && !certificate_->uuid_length) {
-    return device::ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
+    return support::ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
   }
   const size_t length = std::min<size_t>(text.size(), capacity_chars - 1);
   std::copy_n(text.begin(), length, uuid);
@@ -40,7 +39,7 @@ HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars
 HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
                                                                         DWORD capacity,
                                                                         DWORD* count) {
-  if (!codes || !count) {
+  if ((codes == nullptr) || (count == nullptr)) {
     return E_INVALIDARG;
   }
   *count = 0;
@@ -53,8 +52,8 @@ HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* c
 }
 
 HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const {
-  if (!certificate_) {
-    return device::ResultFromWin32(ERROR_NOT_FOUND);
+  if (certificate_ == nullptr) {
+    return support::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const std::vector<DWORD>& warnings = certificate_->warnings;
   std::copy_n(warnings.begin(), std::min<size_t>(warnings.size(), capacity), codes);
@@ -62,13 +61,13 @@ HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity,
   return S_OK;
 }
 
-DWORD SimulatedCertificateProvider::GetDeviceCertificate(const ixo::KeyTypeList* key_types,
+DWORD SimulatedCertificateProvider::GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
                                                          BYTE* bytes,
                                                          DWORD* length_bytes,
                                                          const WORD* eight,
                                                          DWORD ten,
                                                          DWORD* unread) {
-  if (!device::IsCertificateQuestion(key_types, length_bytes, eight, ten, unread)) {
+  if (!support::IsCertificateQuestion(key_types, length_bytes, eight, ten, unread)) {
     return ERROR_INVALID_PARAMETER;
   }
   const Course course = EnterNoted(Operation::kCertificateGetDeviceCertificate, name_);
@@ -85,17 +84,17 @@ DWORD SimulatedCertificateProvider::GetDeviceCertificate(const ixo::KeyTypeList*
 }
 
 DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_bytes) const {
-  if (!certificate_ || !certificate_->der) {
+  if ((certificate_ == nullptr) || !certificate_->der) {
     *length_bytes = 0;
     return ERROR_NOT_FOUND;
   }
-  return device::AnswerCertificate(*certificate_->der, bytes, length_bytes);
+  return support::AnswerCertificate(*certificate_->der, bytes, length_bytes);
 }
 
 HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
                                                            DWORD length_bytes,
                                                            LONG* valid) {
-  if (!bytes || !valid) {
+  if ((bytes == nullptr) || (valid == nullptr)) {
     return E_INVALIDARG;
   }
   *valid = 0;
@@ -104,7 +103,7 @@ HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
     return Remember(course.result);
   }
   bool holds = false;
-  const HRESULT result = device::CheckDates({bytes, length_bytes}, holds);
+  const HRESULT result = support::CheckDates({bytes, length_bytes}, holds);
   *valid = holds ? 1 : 0;
   return Remember(FAILED(result) ? result : course.result);
 }
@@ -114,13 +113,13 @@ DWORD SimulatedCertificateProvider::GetLastErrorCode() {
   if (course.give_null || course.result != S_OK) {
     return static_cast<DWORD>(course.result);
   }
-  return certificate_ ? certificate_->last_error.value_or(last_error_) : last_error_;
+  return certificate_ != nullptr ? certificate_->last_error.value_or(last_error_) : last_error_;
 }
 
 /// Keeps the code of a failure, and gives the result back.
 HRESULT SimulatedCertificateProvider::Remember(HRESULT result) {
   if (result != S_OK) {
-    last_error_ = device::CodeOf(result);
+    last_error_ = support::CodeOf(result);
   }
   return result;
 }

@@ -8,7 +8,7 @@
 namespace custom_bidi::simulated {
 
 /// Tells what the printer's file says of its certificate.
-class SimulatedCertificateProvider final : public device::CertificateProvider {
+class SimulatedCertificateProvider final : public support::CertificateProvider {
  public:
   /// `name` is for the log; without a `certificate`, which may be null, every read fails.
   SimulatedCertificateProvider(std::string name, const Certificate* certificate)
@@ -20,7 +20,7 @@ class SimulatedCertificateProvider final : public device::CertificateProvider {
   HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
   /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
   /// is needed, when that is too little.
-  DWORD GetDeviceCertificate(const ixo::KeyTypeList* key_types,
+  DWORD GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
                              BYTE* bytes,
                              DWORD* length_bytes,
                              const WORD* eight,

@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
-#include "ixo/simulated/base64.h"
 #include "ixo/simulated/printer_reader.h"
 #include "ixo/support/host_files.h"
 
@@ -10,26 +10,54 @@ namespace {
 
 using Bytes = std::vector<BYTE>;
 
+/// Decodes base64 with its padding; blanks and line ends do not count. nullopt for anything else.
+std::optional<Bytes> DecodeBase64(std::string_view text) {
+  constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  Bytes bytes;
+  uint32_t bits = 0;
+  size_t count = 0;
+  size_t padding = 0;
+  for (const char c : text) {
+    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+      continue;
+    }
+    const size_t digit = kDigits.find(c);
+    padding += c == '=' ? 1 : 0;
+    if (c != '=' && (digit == std::string_view::npos || padding > 0)) {
+      return std::nullopt;
+    }
+    bits = bits << 6 | static_cast<uint32_t>(c == '=' ? 0 : digit);
+    if (++count % 4 == 0) {
+      bytes.insert(bytes.end(),
+                   {static_cast<BYTE>(bits >> 16), static_cast<BYTE>(bits >> 8), static_cast<BYTE>(bits)});
+    }
+  }
+  if (count % 4 != 0 || padding > 2) {
+    return std::nullopt;
+  }
+  bytes.resize(bytes.size() - padding);
+  return bytes;
+}
+
 Bytes Decode(std::string_view base64, const std::string& where) {
   std::optional<Bytes> bytes = DecodeBase64(base64);
   if (!bytes) {
-    device::Fail(where, "this is not base64");
+    support::Fail(where, "this is not base64");
   }
   return *std::move(bytes);
 }
 
 /// A text, or an array of lines.
-std::string Base64From(const device::Json& json, const std::string& where) {
+std::string Base64From(const support::Json& json, const std::string& where) {
   if (json.is_string()) {
-    return json.get<std::string>();
+    return json.string();
+  }
+  if (!json.is_array() || !std::ranges::all_of(json.elements(), &support::Json::is_string)) {
+    support::Fail(where, "a text or an array of texts is expected, not " + json.dump());
   }
   std::string text;
-  const bool has_lines = json.is_array() && std::ranges::all_of(json, [&text](const device::Json& line) {
-                           text += line.is_string() ? line.get_ref<const std::string&>() : "";
-                           return line.is_string();
-                         });
-  if (!has_lines) {
-    device::Fail(where, "a text or an array of texts is expected, not " + json.dump());
+  for (const support::Json& line : json.elements()) {
+    text += line.string();
   }
   return text;
 }
@@ -43,76 +71,76 @@ Bytes BytesOfFile(const std::string& content, const std::string& where) {
   }
   const size_t end = content.find("-----END CERTIFICATE-----", begin);
   if (end == std::string::npos) {
-    device::Fail(where, "the PEM certificate has no end");
+    support::Fail(where, "the PEM certificate has no end");
   }
   const size_t body = begin + kBegin.size();
   return Decode(std::string_view(content).substr(body, end - body), where);
 }
 
-Bytes ReadCertificateFile(const device::Json& json, const std::string& where) {
+Bytes ReadCertificateFile(const support::Json& json, const std::string& where) {
   const std::string name = FileNameFrom(json, where);
   std::string shown_path;
-  const std::optional<std::string> content = device::ReadBesideHost(name.c_str(), shown_path);
+  const std::optional<std::string> content = support::ReadBesideHost(name.c_str(), shown_path);
   if (!content) {
-    device::Fail(where, "there is no file " + shown_path);
+    support::Fail(where, "there is no file " + shown_path);
   }
   return BytesOfFile(*content, where);
 }
 
-std::optional<DWORD> NumberFrom(const device::Json& json, const char* name, const std::string& where) {
+std::optional<DWORD> NumberFrom(const support::Json& json, const char* name, const std::string& where) {
   if (!json.contains(name)) {
     return std::nullopt;
   }
-  return static_cast<DWORD>(
-      device::IntegerFrom(json[name], 0, std::numeric_limits<uint32_t>::max(), device::Member(where, name)));
+  return static_cast<DWORD>(support::IntegerFrom(json[name], 0, std::numeric_limits<uint32_t>::max(),
+                                                 support::Member(where, name)));
 }
 
-std::vector<DWORD> CodesFrom(const device::Json& json, const std::string& where) {
+std::vector<DWORD> CodesFrom(const support::Json& json, const std::string& where) {
   if (!json.is_array()) {
-    device::Fail(where, "an array of codes is expected, not " + json.dump());
+    support::Fail(where, "an array of codes is expected, not " + json.dump());
   }
   std::vector<DWORD> codes;
-  for (size_t i = 0; i < json.size(); ++i) {
-    codes.push_back(device::CodeFrom(json[i], where + "[" + std::to_string(i) + "]"));
+  for (const support::Json& code : json.elements()) {
+    codes.push_back(support::CodeFrom(code, support::Element(where, codes.size())));
   }
   return codes;
 }
 
 }  // namespace
 
-std::string FileNameFrom(const device::Json& json, const std::string& where) {
+std::string FileNameFrom(const support::Json& json, const std::string& where) {
   const auto is_plain = [](char c) { return c > ' ' && c <= '~' && c != '/' && c != '\\' && c != ':'; };
-  std::string name = json.is_string() ? json.get<std::string>() : "";
+  std::string name = json.is_string() ? json.string() : "";
   if (name.empty() || !std::ranges::all_of(name, is_plain)) {
-    device::Fail(where, "the plain name of a file beside the executable is expected, not " + json.dump());
+    support::Fail(where, "the plain name of a file beside the executable is expected, not " + json.dump());
   }
   return name;
 }
 
-void AddCertificate(const device::Json& json, const std::string& where, Printer& printer) {
-  device::RequireMembers(
+void AddCertificate(const support::Json& json, const std::string& where, Printer& printer) {
+  support::RequireMembers(
       json, {"file", "der", "uuid", "uuid_length", "warnings", "warning_count", "last_error"}, where);
   if (json.contains("file") && json.contains("der")) {
-    device::Fail(where, "only one of \"file\" and \"der\" can be the certificate");
+    support::Fail(where, "only one of \"file\" and \"der\" can be the certificate");
   }
   Certificate certificate;
   if (json.contains("file")) {
-    certificate.der = ReadCertificateFile(json["file"], device::Member(where, "file"));
+    certificate.der = ReadCertificateFile(json["file"], support::Member(where, "file"));
   }
   if (json.contains("der")) {
-    const std::string place = device::Member(where, "der");
+    const std::string place = support::Member(where, "der");
     certificate.der = Decode(Base64From(json["der"], place), place);
   }
   if (json.contains("uuid")) {
-    certificate.uuid = device::TextFrom(json["uuid"], device::Member(where, "uuid"));
+    certificate.uuid = support::TextFrom(json["uuid"], support::Member(where, "uuid"));
   }
   certificate.uuid_length = NumberFrom(json, "uuid_length", where);
   if (json.contains("warnings")) {
-    certificate.warnings = CodesFrom(json["warnings"], device::Member(where, "warnings"));
+    certificate.warnings = CodesFrom(json["warnings"], support::Member(where, "warnings"));
   }
   certificate.warning_count = NumberFrom(json, "warning_count", where);
   if (json.contains("last_error")) {
-    certificate.last_error = device::CodeFrom(json["last_error"], device::Member(where, "last_error"));
+    certificate.last_error = support::CodeFrom(json["last_error"], support::Member(where, "last_error"));
   }
   printer.certificate = std::move(certificate);
 }

@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "ixo/simulated/default_printer.h"
 #include "ixo/simulated/printer_reader.h"
 #include "ixo/support/host_files.h"
 
@@ -17,7 +16,7 @@ std::unique_ptr<const Printer> TryReadPrinter() {
   constexpr char kFileName[] = "printer.json";
   std::string shown_path = kFileName;
   try {
-    const std::optional<std::string> content = device::ReadBesideHost(kFileName, shown_path);
+    const std::optional<std::string> content = support::ReadBesideHost(kFileName, shown_path);
     return std::make_unique<const Printer>(ReadPrinter(content ? *content : kDefaultPrinter));
   } catch (const std::exception& error) {
     std::fputs((shown_path + ": " + error.what() + "\n").c_str(), stderr);
@@ -28,7 +27,7 @@ std::unique_ptr<const Printer> TryReadPrinter() {
 }  // namespace
 
 const Printer* Library::ThePrinter() {
-  const device::Locked locked(lock_);
+  const support::Locked locked(lock_);
   if (!read_) {
     read_ = true;
     printer_ = TryReadPrinter();
@@ -39,7 +38,7 @@ const Printer* Library::ThePrinter() {
 Course Library::Enter(Operation operation, WStringView subject) {
   const uint64_t call = ++calls_[static_cast<size_t>(operation)];
   const Fault* const fault = ThePrinter()->FindFault(operation, subject, call);
-  if (!fault) {
+  if (fault == nullptr) {
     return {};
   }
   switch (fault->kind) {

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "src/deviceio/ixo_contract.h"
+
 namespace custom_bidi::simulated {
 
 /// Everything that a caller can ask of the libraries, and so everything that can be told to fail.
@@ -50,6 +52,35 @@ struct OperationTraits {
 };
 
 /// In the order of `Operation`.
-extern const OperationTraits kOperations[kOperationCount];
+inline constexpr OperationTraits kOperations[kOperationCount] = {
+    // name, has_null, has_result, has_subject
+    {deviceio::kCreateAddressFromQueueName, true, false, true},
+    {deviceio::kCreateAddressFromPortName, true, false, true},
+    {deviceio::kCreateAddressFromIpAddress, true, false, true},
+    {deviceio::kCreateAddressFromHostName, true, false, true},
+    {"PrinterAddress.IsActive", true, true, true},
+    {"PrinterAddress.GetAddressString", true, false, true},
+    {deviceio::kCreateDataCollectionFromFile, true, true, true},
+    {"DataCollection.GetValue", true, true, true},
+    {deviceio::kCreateOidProvider, true, false, false},
+    {"OidProvider.GetValue", true, true, true},
+    {deviceio::kGetDeviceLocaleStrings, true, true, true},
+    {deviceio::kDisposeStringBuffer, false, false, false},
+    {deviceio::kCreateVaultStoreProvider, true, false, false},
+    {deviceio::kDisposeVaultStoreProvider, false, false, false},
+    {"VaultStoreProvider.SaveTarget", true, true, true},
+    {"VaultStoreProvider.GetCertFromVault", true, true, true},
+    {"VaultStoreProvider.DeleteTarget", true, true, true},
+    {"VaultStoreProvider.IsTargetPresent", true, true, true},
+    {"VaultStoreProvider.SetTargetName", false, true, true},
+    {"VaultStoreProvider.SetUserName", false, true, true},
+    {deviceio::kCreateCertificateProvider, true, false, false},
+    {deviceio::kDisposeCertificateProvider, false, false, false},
+    {"CertificateProvider.GetDeviceUUID", true, true, false},
+    {"CertificateProvider.GetCertificateAllSecurityWarnings", true, true, false},
+    {"CertificateProvider.GetDeviceCertificate", true, true, false},
+    {"CertificateProvider.CheckCertificateDate", true, true, false},
+    {"CertificateProvider.GetLastErrorCode", true, true, false},
+};
 
 }  // namespace custom_bidi::simulated

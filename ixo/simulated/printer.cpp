@@ -14,21 +14,21 @@ const typename Map::mapped_type* Find(const Map& map, WStringView name) {
 template <class Map>
 const typename Map::mapped_type* FindOrAny(const Map& map, WStringView name) {
   const auto* found = Find(map, name);
-  return found ? found : Find(map, W("*"));
+  return found != nullptr ? found : Find(map, W("*"));
 }
 
 }  // namespace
 
 const Address* Printer::FindAddress(AddressKind kind, WStringView name) const {
   const std::optional<Address>* entry = FindOrAny(addresses[static_cast<size_t>(kind)], name);
-  return entry && *entry ? &**entry : nullptr;
+  return (entry != nullptr) && *entry ? &**entry : nullptr;
 }
 
-const device::Value* Printer::FindItem(WStringView name) const {
+const support::Value* Printer::FindItem(WStringView name) const {
   return Find(items, name);
 }
 
-const device::Value* Printer::FindOid(WStringView oid) const {
+const support::Value* Printer::FindOid(WStringView oid) const {
   return Find(oids, oid);
 }
 

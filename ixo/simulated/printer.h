@@ -60,8 +60,8 @@ struct Fault {
 /// made, so any number of threads may read it.
 struct Printer {
   std::array<AddressBook, kAddressKindCount> addresses;
-  std::map<WString, device::Value, std::less<>> items;
-  std::map<WString, device::Value, std::less<>> oids;
+  std::map<WString, support::Value, std::less<>> items;
+  std::map<WString, support::Value, std::less<>> oids;
   std::map<WString, WString, std::less<>> locale;
   /// A printer without one cannot be asked for anything about it.
   std::optional<Certificate> certificate;
@@ -73,8 +73,8 @@ struct Printer {
   /// Each of these is null when there is no such entry. A "*" among addresses and languages stands for every
   /// name without an entry of its own.
   const Address* FindAddress(AddressKind kind, WStringView name) const;
-  const device::Value* FindItem(WStringView name) const;
-  const device::Value* FindOid(WStringView oid) const;
+  const support::Value* FindItem(WStringView name) const;
+  const support::Value* FindOid(WStringView oid) const;
   const WString* FindLocale(WStringView language) const;
   const Fault* FindFault(Operation operation, WStringView subject, uint64_t call) const;
 };

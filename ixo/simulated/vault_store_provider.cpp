@@ -1,7 +1,7 @@
 #include "ixo/simulated/vault_store_provider.h"
 
-#include "ixo/simulated/certificate_calls.h"
-#include "ixo/support/vault_names.h"
+#include "ixo/simulated/noted_calls.h"
+#include "ixo/support/provider_answers.h"
 #include "ixo/vault/vault.h"
 
 namespace custom_bidi::simulated {
@@ -11,7 +11,7 @@ DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_by
   if (course.StopsCodedWork()) {
     return static_cast<DWORD>(course.result);
   }
-  if (!bytes) {
+  if (bytes == nullptr) {
     return ERROR_INVALID_PARAMETER;
   }
   const DWORD code = vault::Save(target_, user_, {bytes, length_bytes});
@@ -19,7 +19,7 @@ DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_by
 }
 
 HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
-  if (!bytes || !length_bytes) {
+  if ((bytes == nullptr) || (length_bytes == nullptr)) {
     return E_INVALIDARG;
   }
   *bytes = nullptr;
@@ -30,7 +30,7 @@ HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* lengt
   }
   vault::SecureBytes loaded;
   if (const DWORD code = vault::Load(target_, user_, loaded)) {
-    return device::ResultFromWin32(code);
+    return support::ResultFromWin32(code);
   }
   handed_out_ = std::move(loaded);
   *bytes = handed_out_.data();
@@ -56,8 +56,10 @@ LONG SimulatedVaultStoreProvider::IsTargetPresent() {
     return 0;
   }
   bool present = false;
-  const DWORD code = vault::IsPresent(target_, user_, present);
-  return code != ERROR_SUCCESS || present ? 1 : 0;
+  if (const DWORD code = vault::IsPresent(target_, user_, present)) {
+    throw code;  // "no" would be taken for an empty vault
+  }
+  return present ? 1 : 0;
 }
 
 HRESULT SimulatedVaultStoreProvider::SetTargetName(const WCHAR* target) {
@@ -74,11 +76,11 @@ HRESULT SimulatedVaultStoreProvider::SetName(Operation operation,
                                              size_t max_chars,
                                              WString& name) {
   name.clear();
-  const Course course = EnterNoted(operation, name_, given ? given : W(""));
+  const Course course = EnterNoted(operation, name_, given != nullptr ? given : W(""));
   if (course.StopsWork()) {
     return course.result;
   }
-  const HRESULT result = device::TakeVaultName(given, max_chars, name);
+  const HRESULT result = support::TakeVaultName(given, max_chars, name);
   return FAILED(result) ? result : course.result;
 }
 

@@ -10,7 +10,7 @@ namespace custom_bidi::simulated {
 
 /// Acts on one entry of the credential vault. Until both names are set, or when one was refused, it has no
 /// entry: there is none present, and every other operation fails with ERROR_INVALID_PARAMETER.
-class SimulatedVaultStoreProvider final : public device::VaultStoreProvider {
+class SimulatedVaultStoreProvider final : public support::VaultStoreProvider {
  public:
   /// `name` is for the log.
   explicit SimulatedVaultStoreProvider(std::string name) : name_(std::move(name)) {}
@@ -22,8 +22,7 @@ class SimulatedVaultStoreProvider final : public device::VaultStoreProvider {
   /// is empty.
   HRESULT GetCertFromVault(BYTE** bytes, DWORD* length_bytes) override;
   DWORD DeleteTarget() override;
-  /// Says no only when it is sure: what cannot be read may be there, and the next operation fails with the
-  /// reason.
+  /// A vault that cannot be read is neither answer: the reason is raised, a DWORD.
   LONG IsTargetPresent() override;
   HRESULT SetTargetName(const WCHAR* target) override;
   HRESULT SetUserName(const WCHAR* user) override;

@@ -1,12 +1,13 @@
-#include "ixo/support/certificate_date.h"
+#include "ixo/support/provider_answers.h"
 
-#include <openssl/err.h>
 #include <openssl/x509.h>
 
 #include <limits>
 #include <memory>
 
-namespace custom_bidi::device {
+#include "base/openssl_errors.h"
+
+namespace custom_bidi::support {
 namespace {
 
 /// What CryptoAPI says of bytes that are no certificate.
@@ -22,15 +23,13 @@ HRESULT CheckDates(std::span<const BYTE> der, bool& valid) {
   if (der.size() > size_t{std::numeric_limits<int>::max()}) {
     return kBadTag;
   }
-  // The host may use OpenSSL, too: its errors stay as they are.
-  ERR_set_mark();
+  const base::KeptOpenSslErrors kept;
   const BYTE* at = der.data();
   const std::unique_ptr<X509, FreeCertificate> certificate(
       d2i_X509(nullptr, &at, static_cast<long>(der.size())));
   // Both are 0 for a date that cannot be understood.
   const int begin = certificate ? X509_cmp_current_time(X509_get0_notBefore(certificate.get())) : 0;
   const int end = certificate ? X509_cmp_current_time(X509_get0_notAfter(certificate.get())) : 0;
-  ERR_pop_to_mark();
   if (begin == 0 || end == 0) {
     return kBadTag;
   }
@@ -38,4 +37,4 @@ HRESULT CheckDates(std::span<const BYTE> der, bool& valid) {
   return S_OK;
 }
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -1,8 +1,8 @@
-#include "ixo/support/certificate_date.h"
+#include "ixo/support/provider_answers.h"
 
 #include <memory>
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 namespace {
 
 struct FreeContext {
@@ -22,4 +22,4 @@ HRESULT CheckDates(std::span<const BYTE> der, bool& valid) {
   return S_OK;
 }
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -4,9 +4,9 @@
 
 #include "src/deviceio/ixo_contract.h"
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 
-class DataCollection : public ixo::DataCollection {
+class DataCollection : public deviceio::DataCollection {
  public:
   void Reserved0() final {}
   void Reserved1() final {}
@@ -18,7 +18,7 @@ class DataCollection : public ixo::DataCollection {
   ~DataCollection() = default;
 };
 
-class OidProvider : public ixo::OidProvider {
+class OidProvider : public deviceio::OidProvider {
  public:
   void Reserved0() final {}
   void Reserved1() final {}
@@ -30,7 +30,7 @@ class OidProvider : public ixo::OidProvider {
   ~OidProvider() = default;
 };
 
-class VaultStoreProvider : public ixo::VaultStoreProvider {
+class VaultStoreProvider : public deviceio::VaultStoreProvider {
  public:
   void Reserved0() final {}
   void Reserved1() final {}
@@ -43,7 +43,7 @@ class VaultStoreProvider : public ixo::VaultStoreProvider {
   ~VaultStoreProvider() = default;
 };
 
-class CertificateProvider : public ixo::CertificateProvider {
+class CertificateProvider : public deviceio::CertificateProvider {
  public:
   void Reserved0() final {}
   void Reserved4() final {}
@@ -54,4 +54,4 @@ class CertificateProvider : public ixo::CertificateProvider {
   ~CertificateProvider() = default;
 };
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -6,9 +6,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "ixo/support/host_folder.h"
+#include "ixo/support/host_system.h"
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 namespace {
 
 struct CloseFile {
@@ -46,4 +46,4 @@ void AppendBesideHost(const char* name, std::string_view text) {
   }
 }
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 
 /// The whole of a file of the running executable's folder; nullopt when there is none. Throws a
 /// std::runtime_error when it cannot be read. `shown_path` receives the whole path as UTF-8.
@@ -14,4 +14,4 @@ std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_p
 /// std::runtime_error when that cannot be done.
 void AppendBesideHost(const char* name, std::string_view text);
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

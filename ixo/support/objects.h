@@ -10,7 +10,7 @@
 
 #include "src/platform.h"
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 
 /// Holds a lock for the length of a block. A plain lock of the system: it leaves nothing behind in the
 /// process when the library is unloaded.
@@ -98,4 +98,4 @@ class StringBuffers {
   std::map<const WCHAR*, std::unique_ptr<WCHAR[]>> buffers_;
 };
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -4,7 +4,7 @@
 
 #include "src/platform.h"
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 
 constexpr HRESULT ResultFromWin32(DWORD code) {
   return static_cast<HRESULT>(0x80070000u | code);
@@ -19,4 +19,4 @@ constexpr DWORD CodeOf(HRESULT result) {
 /// What the device answers when it does not know an item or object.
 inline constexpr HRESULT kElementNotFound = ResultFromWin32(1168);
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

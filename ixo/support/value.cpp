@@ -3,7 +3,7 @@
 #include <limits>
 #include <new>
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 namespace {
 
 template <class Integer>
@@ -99,4 +99,4 @@ std::pair<int64_t, int64_t> RangeOf(VARTYPE type) {
   }
 }
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

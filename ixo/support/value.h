@@ -6,7 +6,7 @@
 
 #include "src/deviceio/ixo_contract.h"
 
-namespace custom_bidi::device {
+namespace custom_bidi::support {
 
 /// The value of an item or SNMP object. It owns its text, to which every VARIANT filled from it points: a
 /// text lives as long as the printer's description, and a receiver that frees it frees it twice.
@@ -42,4 +42,4 @@ class Value {
 /// The range of an integer type; {0, -1}, which holds nothing, for a type that is none.
 std::pair<int64_t, int64_t> RangeOf(VARTYPE type);
 
-}  // namespace custom_bidi::device
+}  // namespace custom_bidi::support

@@ -1,13 +1,14 @@
 #include "ixo/vault/sealing.h"
 
 #include <openssl/crypto.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
 #include <algorithm>
 #include <memory>
 #include <new>
+
+#include "base/openssl_errors.h"
 
 namespace custom_bidi::vault {
 namespace {
@@ -19,15 +20,6 @@ constexpr size_t kTagBytes = 16;
 static_assert(sizeof(kHeader) + kNonceBytes + kTagBytes == kSealBytes);
 
 constexpr DWORD kEncryptionFailed = 6000;  // ERROR_ENCRYPTION_FAILED
-
-/// The host may use OpenSSL, too: what it finds in the list of errors stays its own.
-class OwnErrors {
- public:
-  OwnErrors() { ERR_set_mark(); }
-  ~OwnErrors() { ERR_pop_to_mark(); }
-  OwnErrors(const OwnErrors&) = delete;
-  OwnErrors& operator=(const OwnErrors&) = delete;
-};
 
 struct FreeContext {
   void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -44,10 +36,6 @@ Context NewContext() {
 
 }  // namespace
 
-void Wipe(void* memory, size_t size_bytes) {
-  OPENSSL_cleanse(memory, size_bytes);
-}
-
 DWORD MakeKey(SecureBytes& key) {
   key.resize(kKeyBytes);
   return RAND_priv_bytes(key.data(), kKeyBytes) == 1 ? ERROR_SUCCESS : kEncryptionFailed;
@@ -58,7 +46,7 @@ DWORD Seal(const SecureBytes& key, std::span<const BYTE> plain, std::vector<BYTE
   BYTE* const nonce = std::ranges::copy(kHeader, sealed.data()).out;
   BYTE* const encrypted = nonce + kNonceBytes;
   BYTE* const tag = encrypted + plain.size();
-  const OwnErrors own_errors;
+  const base::KeptOpenSslErrors own_errors;
   const Context context = NewContext();
   int length = 0;
   const bool done = RAND_bytes(nonce, kNonceBytes) == 1 &&
@@ -81,7 +69,7 @@ DWORD Unseal(const SecureBytes& key, std::span<const BYTE> sealed, SecureBytes& 
   const auto tag = sealed.last(kTagBytes);
   SecureBytes decrypted(encrypted.size());
   BYTE rest = 0;
-  const OwnErrors own_errors;
+  const base::KeptOpenSslErrors own_errors;
   const Context context = NewContext();
   int length = 0;
   const bool done =

@@ -9,7 +9,12 @@
 namespace custom_bidi::vault {
 
 /// Overwrites memory in a way that no compiler leaves out.
-void Wipe(void* memory, size_t size_bytes);
+inline void Wipe(void* memory, size_t size_bytes) {
+  auto* const bytes = static_cast<volatile BYTE*>(memory);
+  for (size_t i = 0; i < size_bytes; ++i) {
+    bytes[i] = 0;
+  }
+}
 
 /// Wipes what it gives back.
 template <class Value>

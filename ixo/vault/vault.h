@@ -32,6 +32,20 @@ extern const size_t kMaxEntryBytes;
 inline constexpr DWORD kTooLarge = 223;     // ERROR_FILE_TOO_LARGE
 inline constexpr DWORD kKeyMissing = 6001;  // ERROR_DECRYPTION_FAILED
 
+/// 0 when the two can name an entry, or the code that says why not.
+inline DWORD CheckNames(WStringView target, WStringView user) {
+  if (target.empty() || user.empty()) {
+    return ERROR_INVALID_PARAMETER;
+  }
+  if (target.find(WCHAR()) != WStringView::npos || user.find(WCHAR()) != WStringView::npos) {
+    return ERROR_INVALID_NAME;
+  }
+  if (target.size() > kMaxTargetChars || user.size() > kMaxUserChars) {
+    return ERROR_FILENAME_EXCED_RANGE;
+  }
+  return ERROR_SUCCESS;
+}
+
 /// Keeps a copy of the bytes, in place of those that the entry held. There may be none of them.
 DWORD Save(WStringView target, WStringView user, std::span<const BYTE> bytes);
 

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "pal/home.h"
+#include "base/files.h"
 
 namespace custom_bidi::vault {
 namespace {
@@ -22,12 +22,12 @@ constexpr mode_t kOthers = 0077;
 constexpr int kSafely = O_NOFOLLOW | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 
 std::string FolderPath() {
-  return pal::HomeFolder() + "/vault";
+  return base::HomeFolder() + "/vault";
 }
 
 /// A link at the place of a file is as good as a file of somebody else's.
 DWORD LastCode() {
-  return errno == ELOOP || errno == ENOTDIR ? DWORD{ERROR_ACCESS_DENIED} : pal::CodeFromErrno(errno);
+  return errno == ELOOP || errno == ENOTDIR ? DWORD{ERROR_ACCESS_DENIED} : base::CodeFromErrno(errno);
 }
 
 /// Whether what was opened is of the type S_IFREG or S_IFDIR, and the user's alone.
@@ -47,17 +47,17 @@ DWORD Sync(int opened) {
 
 /// Makes what just happened in a folder outlast a crash of the machine.
 DWORD SyncFolder(const std::string& path) {
-  const pal::FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const base::FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return folder.IsOpen() ? Sync(folder.Get()) : LastCode();
 }
 
 DWORD WriteNewFile(int folder, const char* name, std::span<const BYTE> content) {
-  const pal::FileDescriptor file(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | kSafely, kFileMode));
+  const base::FileDescriptor file(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | kSafely, kFileMode));
   if (!file.IsOpen()) {
     return LastCode();
   }
   size_t written = 0;
-  if (const DWORD code = pal::WriteAll(file.Get(), content.data(), content.size(), &written)) {
+  if (const DWORD code = base::WriteAll(file.Get(), content.data(), content.size(), &written)) {
     return code;
   }
   return Sync(file.Get());
@@ -74,11 +74,11 @@ DWORD VaultFolder::OpenOrMake() {
   if (const DWORD code = Open(); code != ERROR_FILE_NOT_FOUND) {
     return code;
   }
-  const std::string home = pal::HomeFolder();
+  const std::string home = base::HomeFolder();
   std::error_code error;
   std::filesystem::create_directories(home, error);
   if (error) {
-    return pal::CodeFromErrno(error.value());
+    return base::CodeFromErrno(error.value());
   }
   // Another process may have been faster.
   if (mkdir(FolderPath().c_str(), kFolderMode) != 0 && errno != EEXIST) {
@@ -107,7 +107,7 @@ DWORD VaultFolder::Lock() {
 }
 
 DWORD VaultFolder::Read(const char* name, size_t max_bytes, SecureBytes& content) const {
-  const pal::FileDescriptor file(openat(folder_->Get(), name, O_RDONLY | kSafely));
+  const base::FileDescriptor file(openat(folder_->Get(), name, O_RDONLY | kSafely));
   if (!file.IsOpen()) {
     return LastCode();
   }

@@ -3,8 +3,8 @@
 #include <optional>
 #include <span>
 
+#include "base/files.h"
 #include "ixo/vault/secure_bytes.h"
-#include "pal/posix.h"
 
 namespace custom_bidi::vault {
 
@@ -31,8 +31,8 @@ class VaultFolder {
   DWORD Replace(const char* name, std::span<const BYTE> content) const;
 
  private:
-  std::optional<pal::FileDescriptor> folder_;
-  std::optional<pal::FileDescriptor> lock_;
+  std::optional<base::FileDescriptor> folder_;
+  std::optional<base::FileDescriptor> lock_;
 };
 
 }  // namespace custom_bidi::vault

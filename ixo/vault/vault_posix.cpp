@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "ixo/vault/entries.h"
-#include "ixo/vault/entry_names.h"
 #include "ixo/vault/sealing.h"
 #include "ixo/vault/vault_folder.h"
 
@@ -126,7 +125,7 @@ DWORD Load(WStringView target, WStringView user, SecureBytes& bytes) {
     return code;
   }
   const Entry* const entry = entries.Find(target, user);
-  if (!entry) {
+  if (entry == nullptr) {
     return ERROR_NOT_FOUND;
   }
   bytes = entry->bytes;

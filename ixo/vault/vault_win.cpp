@@ -4,9 +4,6 @@
 
 #include <wincred.h>
 
-#include "ixo/vault/credential_name.h"
-#include "ixo/vault/entry_names.h"
-
 namespace custom_bidi::vault {
 
 // The limit since Windows 7. The headers still have an older one.
@@ -21,7 +18,7 @@ class Credential {
  public:
   Credential() = default;
   ~Credential() {
-    if (credential_) {
+    if (credential_ != nullptr) {
       Wipe(credential_->CredentialBlob, credential_->CredentialBlobSize);
       CredFree(credential_);
     }
@@ -45,11 +42,37 @@ class Credential {
   CREDENTIALW* credential_ = nullptr;
 };
 
-}  // namespace
-
-void Wipe(void* memory, size_t size_bytes) {
-  SecureZeroMemory(memory, size_bytes);
+void AppendEscaped(WStringView part, WString& name) {
+  constexpr WStringView kPlain = W("abcdefghijklmnopqrstuvwxyz0123456789.-_");
+  constexpr WStringView kDigits = W("0123456789abcdef");
+  for (const WCHAR unit : part) {
+    if (kPlain.find(unit) != WStringView::npos) {
+      name += unit;
+    } else if (unit >= W('A') && unit <= W('Z')) {
+      name += W('^');
+      name += static_cast<WCHAR>(unit - W('A') + W('a'));
+    } else {
+      name += W('%');
+      for (int shift = 12; shift >= 0; shift -= 4) {
+        name += kDigits[(unit >> shift) & 0xF];
+      }
+    }
+  }
 }
+
+/// The one name under which the Credential Manager knows an entry, which looks names up without regard to
+/// case and has no second name: "CustomBidi/<target>/<user>". In both parts small letters, digits, '.', '-'
+/// and '_' stand for themselves, '^' goes before a letter that is a capital, and any other unit is '%' and
+/// four hexadecimal digits. So different pairs have different names, in any case.
+WString CredentialName(WStringView target, WStringView user) {
+  WString name = W("CustomBidi/");
+  AppendEscaped(target, name);
+  name += W('/');
+  AppendEscaped(user, name);
+  return name;
+}
+
+}  // namespace
 
 DWORD Save(WStringView target, WStringView user, std::span<const BYTE> bytes) {
   if (const DWORD code = CheckNames(target, user)) {

@@ -33,16 +33,18 @@ bool WriteValue(const VARIANT& value, std::span<WCHAR> text) {
 
 DWORD IxoWrapper::BiDiData() noexcept {
   return GuardedDeviceCall(W("IxoWrapper::BiDiData"), ERROR_INVALID_DATA, [&]() -> DWORD {
-    auto* const make_collection = FindEntry<ixo::CreateDataCollectionFromFileFunction>(
-        xdm_module_.Get(), ixo::kCreateDataCollectionFromFile);
-    if (make_collection == nullptr) {
+    const auto make_collection = FindEntry<deviceio::CreateDataCollectionFromFileFunction>(
+        xdm_module_.Get(), deviceio::kCreateDataCollectionFromFile);
+    if (!make_collection) {
       const DWORD code = GetLastError();
       TraceLog(W("GetProcAddress (%s) failed"), W("CreateDataCollectionFromFile"));
       TraceErrorCode(code, W("BiDiData"));
       return code;
     }
-    const HRESULT result = make_collection(printer_address_, data_map_path_.c_str(), &data_collection_, 0);
-    if (FAILED(result) || data_collection_ == nullptr) {
+    deviceio::DataCollection* collection = nullptr;
+    const HRESULT result = make_collection(printer_address_.Get(), data_map_path_.c_str(), &collection, 0);
+    data_collection_ = DataCollection(collection);
+    if (FAILED(result) || !data_collection_) {
       TraceLog(W("CreateDataCollection from xml: [%s] ==> failed"), data_map_path_);
       return ERROR_INVALID_DATA;
     }
@@ -52,15 +54,18 @@ DWORD IxoWrapper::BiDiData() noexcept {
 }
 
 DWORD IxoWrapper::GetData(const WCHAR* name, WCHAR* text, size_t capacity_chars) noexcept {
-  if (IsNullOrEmpty(name) || text == nullptr || capacity_chars == 0)
+  if (IsNullOrEmpty(name) || text == nullptr || capacity_chars == 0) {
     return ERROR_INVALID_PARAMETER;
-  if (data_collection_ == nullptr)
+  }
+  if (!data_collection_) {
     return ERROR_INVALID_DATA;
+  }
   return GuardedDeviceCall(W("IxoWrapper::GetData"), ERROR_INVALID_DATA, [&]() -> DWORD {
     VARIANT value;  // never cleared: what it receives stays the library's
     VariantInit(&value);
-    if (FAILED(data_collection_->GetValue(name, &value, 1)))
+    if (FAILED(data_collection_.GetValue(name, &value, 1))) {
       return ERROR_INVALID_DATA;
+    }
     if (!WriteValue(value, {text, capacity_chars})) {
       *text = 0;
       return ERROR_INVALID_DATA;

@@ -10,14 +10,15 @@
 ///
 /// All text is UTF-16 and NUL-terminated. Nothing that a library hands back is released by its caller unless
 /// an entry point of its own says so: the library owns its objects and frees them when it is unloaded. Any of
-/// these functions may throw: a DWORD as a Win32 code, or anything else.
+/// these functions may throw: a DWORD as a Win32 code, or anything else, as its compiler throws. A structured
+/// exception of another kind (an access violation) is a crash of the host, and is not caught.
 
 #include <cstddef>
 #include <type_traits>
 
 #include "src/platform.h"
 
-namespace custom_bidi::ixo {
+namespace custom_bidi::deviceio {
 
 /// A device address, made by one of the four address makers of the I/O library.
 class PrinterAddress {
@@ -188,4 +189,4 @@ static_assert(kIsPlainTable<VaultStoreProvider> && sizeof(VaultStoreProvider) ==
 static_assert(kIsPlainTable<CertificateProvider> && sizeof(CertificateProvider) == sizeof(void*));
 static_assert(sizeof(KeyTypeList) == 16 && offsetof(KeyTypeList, count) == 8);
 
-}  // namespace custom_bidi::ixo
+}  // namespace custom_bidi::deviceio

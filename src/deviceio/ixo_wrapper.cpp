@@ -6,23 +6,30 @@
 namespace custom_bidi {
 namespace {
 
-DWORD LoadModule(const WCHAR* path, const WCHAR* trace_format, const WCHAR* failure_label, Module& module) {
+/// False when the library is not loaded; `code` is then the system's, which may be 0. Written on failure
+/// only.
+bool TryLoad(const WCHAR* path,
+             const WCHAR* trace_format,
+             const WCHAR* failure_label,
+             Module& module,
+             DWORD& code) {
   TraceLog(trace_format, path);
-  DWORD code = ERROR_FILENAME_EXCED_RANGE;
+  DWORD failure = ERROR_FILENAME_EXCED_RANGE;
   if (TextLength(path) <= kMaxModulePathChars) {
     const HMODULE loaded = LoadLibraryW(path);
-    code = GetLastError();
+    failure = GetLastError();
     if (loaded != nullptr && loaded != static_cast<void*>(INVALID_HANDLE_VALUE)) {
       module.Reset(loaded);
-      return ERROR_SUCCESS;
+      return true;
     }
   }
-  TraceErrorCode(code, failure_label);
-  return code;
+  TraceErrorCode(failure, failure_label);
+  code = failure;
+  return false;
 }
 
-DWORD LoadIxo(const WCHAR* path, Module& module) {
-  return LoadModule(path, W("IXO_DLL: [%s]"), W("LoadLibrary-IXO DLL"), module);
+bool TryLoadIxo(const WCHAR* path, Module& module, DWORD& code) {
+  return TryLoad(path, W("IXO_DLL: [%s]"), W("LoadLibrary-IXO DLL"), module, code);
 }
 
 DWORD RefusePath() {
@@ -33,37 +40,43 @@ DWORD RefusePath() {
 }  // namespace
 
 IxoWrapper::~IxoWrapper() {
-  // In the order of loading, which is not the reverse of the members'.
-  ixo_module_.Reset();
-  xdm_module_.Reset();
-  cert_module_.Reset();
+  FreeModules();
 }
 
 DWORD IxoWrapper::LoadIxoLibraries(const WCHAR* ixo_path,
                                    const WCHAR* xdm_path,
                                    const WCHAR* cert_path) noexcept {
-  if (IsNullOrEmpty(ixo_path) || IsNullOrEmpty(xdm_path) || IsNullOrEmpty(cert_path))
+  if (IsNullOrEmpty(ixo_path) || IsNullOrEmpty(xdm_path) || IsNullOrEmpty(cert_path)) {
     return RefusePath();
+  }
 
-  Module ixo;
-  Module xdm;
-  Module cert;
-  DWORD code = LoadIxo(ixo_path, ixo);
-  if (code == ERROR_SUCCESS)
-    code = LoadModule(xdm_path, W("XDM_DLL: [%s]"), W("LoadLibrary-XDM DLL"), xdm);
-  if (code == ERROR_SUCCESS)
-    code = LoadModule(cert_path, W("IXOCert_DLL: [%s]"), W("LoadLibrary-IXO Cert DLL"), cert);
-  if (code != ERROR_SUCCESS)
-    return code;
-
-  ixo_module_ = std::move(ixo);
-  xdm_module_ = std::move(xdm);
-  cert_module_ = std::move(cert);
-  return ERROR_SUCCESS;
+  DWORD code = ERROR_SUCCESS;
+  if (TryLoadIxo(ixo_path, ixo_module_, code) &&
+      TryLoad(xdm_path, W("XDM_DLL: [%s]"), W("LoadLibrary-XDM DLL"), xdm_module_, code) &&
+      TryLoad(cert_path, W("IXOCert_DLL: [%s]"), W("LoadLibrary-IXO Cert DLL"), cert_module_, code)) {
+    return ERROR_SUCCESS;
+  }
+  // A failure without a code counts as none: what was loaded stays until the teardown.
+  if (code != ERROR_SUCCESS) {
+    FreeModules();
+  }
+  return code;
 }
 
 DWORD IxoWrapper::LoadIxoLibrary(const WCHAR* ixo_path) noexcept {
-  return IsNullOrEmpty(ixo_path) ? RefusePath() : LoadIxo(ixo_path, ixo_module_);
+  if (IsNullOrEmpty(ixo_path)) {
+    return RefusePath();
+  }
+  DWORD code = ERROR_SUCCESS;
+  TryLoadIxo(ixo_path, ixo_module_, code);
+  return code;
+}
+
+/// In the order of loading, which is not the reverse of the members'.
+void IxoWrapper::FreeModules() noexcept {
+  ixo_module_.Reset();
+  xdm_module_.Reset();
+  cert_module_.Reset();
 }
 
 }  // namespace custom_bidi

@@ -3,16 +3,15 @@
 #include <map>
 
 #include "include/custom_bidi.h"
-#include "src/deviceio/ixo_contract.h"
-#include "src/deviceio/module.h"
+#include "src/deviceio/device_objects.h"
 
 namespace custom_bidi {
 
 /// What a name given to IxoWrapper::GetAddress is.
-enum class AddressKind : DWORD { QueueName = 0, PortName = 1, IpAddress = 2, HostName = 3 };
+enum class AddressKind : DWORD { kQueueName = 0, kPortName = 1, kIpAddress = 2, kHostName = 3 };
 
 /// What a password call asks of the vault.
-enum class PasswordMode : DWORD { Save = 1, Present = 2, Delete = 3 };
+enum class PasswordMode : DWORD { kSave = 1, kPresent = 2, kDelete = 3 };
 
 /// Longest path that a library is loaded from: 1023 characters, as in the system's own 1024-character
 /// buffers.
@@ -33,20 +32,24 @@ class IxoWrapper {
 
   /// Loads the libraries from full paths, in the order of the parameters. 87 for a missing or empty path,
   /// with nothing loaded; 206 for a path of more than 1023 characters; else the system's code of the load
-  /// that failed, with none left loaded.
+  /// that failed, with none left loaded. A failed load for which the system has the code 0 ends the sequence
+  /// with 0, and what was loaded stays.
   DWORD LoadIxoLibraries(const WCHAR* ixo_path, const WCHAR* xdm_path, const WCHAR* cert_path) noexcept;
 
   /// Loads the I/O library alone, by the same rules.
   DWORD LoadIxoLibrary(const WCHAR* ixo_path) noexcept;
 
   /// Makes an address; null when that fails. Does not store it.
-  ixo::PrinterAddress* GetAddress(const WCHAR* name, AddressKind kind) noexcept;
+  PrinterAddress GetAddress(const WCHAR* name, AddressKind kind) noexcept;
+
+  /// Makes the address that the operations below are about; false when that fails, and there is none then.
+  bool KeepAddress(const WCHAR* name, AddressKind kind) noexcept;
 
   /// Asks whether the device behind a port answers: `connected` receives 1 or 0. 87 for a missing name, 13
   /// when no address can be made, 31 when the library raises anything.
   DWORD IsPortConnected(const WCHAR* port, DWORD& connected) noexcept;
 
-  /// Makes the data collection of `printer_address` from `data_map_path`. 13 when the library makes none; the
+  /// Makes the data collection of the kept address from `data_map_path`. 13 when the library makes none; the
   /// system's code when it has no such entry point.
   DWORD BiDiData() noexcept;
 
@@ -80,21 +83,16 @@ class IxoWrapper {
 
   /// Reads the device's certificate into a new record; null when that fails. What the library raises passes
   /// through.
-  DeviceCertificate* FetchDeviceCertificate(const WCHAR* user,
-                                            const WCHAR* port,
-                                            AddressKind kind,
-                                            DWORD mode);
+  DeviceCertificate* FetchDeviceCertificate(const WCHAR* user, const WCHAR* port, DWORD mode);
 
   /// Checks a record and writes the verdict into it; 1, with the record as it was, when the check cannot be
   /// run to its end. What the library raises passes through.
   DWORD VerifyDeviceCertificate(const WCHAR* user, DWORD mode, DeviceCertificate* record);
 
   void set_data_map_path(const WCHAR* path) { data_map_path_ = path; }
-  void set_printer_address(ixo::PrinterAddress* address) { printer_address_ = address; }
 
  private:
-  HRESULT ReadPrinterStatus(DWORD& value) noexcept;
-  HRESULT ReadDeviceStatus(DWORD& value) noexcept;
+  void FreeModules() noexcept;
   HRESULT ReadPrinterErrorState(WString& text);
   HRESULT ReadOid(const WCHAR* oid, VARIANT& value);
   HRESULT ReadInteger(const WCHAR* oid, DWORD& value) noexcept;
@@ -103,9 +101,9 @@ class IxoWrapper {
   Module xdm_module_;
   Module cert_module_;
   WString data_map_path_;
-  ixo::PrinterAddress* printer_address_ = nullptr;  // borrowed
-  ixo::DataCollection* data_collection_ = nullptr;  // borrowed
-  ixo::CreateOidProviderFunction* make_oid_provider_ = nullptr;
+  PrinterAddress printer_address_;
+  DataCollection data_collection_;
+  EntryPoint<deviceio::CreateOidProviderFunction> make_oid_provider_;
 };
 
 }  // namespace custom_bidi

@@ -20,15 +20,17 @@ constexpr const WCHAR* kNamePatterns[] = {
 /// the plain name occurs in the tooltip's, too.
 void AddEntryOf(WStringView name, WStringView strings, std::map<WString, WString>& entries) {
   const size_t start = strings.find(name);
-  if (start == WStringView::npos)
+  if (start == WStringView::npos) {
     return;
+  }
   WStringView entry = strings.substr(start);
   entry = entry.substr(0, entry.find(WCHAR{';'}));
   const size_t equals = entry.find(WCHAR{'='});
   const WStringView key = entry.substr(0, equals);
   const WStringView value = equals == WStringView::npos ? entry : entry.substr(equals + 1);
-  if (!key.empty() && !value.empty())
+  if (!key.empty() && !value.empty()) {
     entries.try_emplace(WString(key), value);
+  }
 }
 
 }  // namespace
@@ -37,8 +39,9 @@ WString CleanLocaleStrings(WStringView strings) {
   WString bare;
   bare.reserve(strings.size());
   for (const WCHAR unit : strings) {
-    if (unit != '\n' && unit != '"')
+    if (unit != '\n' && unit != '"') {
       bare.push_back(unit);
+    }
   }
 
   WString cleaned;
@@ -65,21 +68,23 @@ std::map<WString, WString> IxoWrapper::GetCustomPQ() noexcept {
   constexpr const WCHAR* kOperation = W("IxoWrapper::GetCustomPQ");
   std::map<WString, WString> entries;
   GuardedDeviceCall(kOperation, ERROR_INVALID_DATA, [&]() -> DWORD {
-    auto* const get_strings =
-        FindEntry<ixo::GetDeviceLocaleStringsFunction>(xdm_module_.Get(), ixo::kGetDeviceLocaleStrings);
-    auto* const dispose =
-        FindEntry<ixo::DisposeStringBufferFunction>(xdm_module_.Get(), ixo::kDisposeStringBuffer);
-    if (get_strings == nullptr || printer_address_ == nullptr)
+    const auto get_strings = FindEntry<deviceio::GetDeviceLocaleStringsFunction>(
+        xdm_module_.Get(), deviceio::kGetDeviceLocaleStrings);
+    const auto dispose =
+        FindEntry<deviceio::DisposeStringBufferFunction>(xdm_module_.Get(), deviceio::kDisposeStringBuffer);
+    if (!get_strings || !printer_address_) {
       return ERROR_SUCCESS;
+    }
 
     constexpr int kLanguageChars = 522;
     WCHAR language[kLanguageChars] = {};
-    if (GetLocaleInfoW(0, LOCALE_SISO639LANGNAME, language, kLanguageChars) == 0)
+    if (GetLocaleInfoW(0, LOCALE_SISO639LANGNAME, language, kLanguageChars) == 0) {
       language[0] = 0;
+    }
 
     WCHAR* buffer = nullptr;
     ULONGLONG length = 0;
-    const LONG result = get_strings(printer_address_, language, &buffer, &length);
+    const LONG result = get_strings(printer_address_.Get(), language, &buffer, &length);
     if (result == 0 && buffer != nullptr) {
       // Guarded by itself, so that the buffer goes back also when memory runs short.
       GuardedDeviceCall(kOperation, ERROR_INVALID_DATA, [&]() -> DWORD {
@@ -87,8 +92,9 @@ std::map<WString, WString> IxoWrapper::GetCustomPQ() noexcept {
         return ERROR_SUCCESS;
       });
     }
-    if (dispose != nullptr)
+    if (dispose) {
       dispose(buffer, length);
+    }
     return ERROR_SUCCESS;
   });
   return entries;

@@ -6,8 +6,8 @@
 
 namespace custom_bidi {
 
-/// Makes a device's strings ready for searching: without line feeds and quotation marks, and with "=" for " =
-/// ". Linear in the text's length.
+/// Makes a device's strings ready for searching: without line feeds and quotation marks, and with "=" in
+/// place of " = ". Linear in the text's length.
 WString CleanLocaleStrings(WStringView strings);
 
 /// Adds the eight print-quality entries of cleaned strings to `entries`, by the name that stands before the

@@ -14,47 +14,54 @@ constexpr const WCHAR* kNoAddressMaker =
 
 /// By AddressKind.
 constexpr std::array kAddressMakers = {
-    ixo::kCreateAddressFromQueueName,
-    ixo::kCreateAddressFromPortName,
-    ixo::kCreateAddressFromIpAddress,
-    ixo::kCreateAddressFromHostName,
+    deviceio::kCreateAddressFromQueueName,
+    deviceio::kCreateAddressFromPortName,
+    deviceio::kCreateAddressFromIpAddress,
+    deviceio::kCreateAddressFromHostName,
 };
 
-ixo::CreateAddressFunction* FindAddressMaker(HMODULE module, AddressKind kind) {
+EntryPoint<deviceio::CreateAddressFunction> FindAddressMaker(HMODULE module, AddressKind kind) {
   const auto index = static_cast<size_t>(kind);
-  if (index >= kAddressMakers.size())
-    return nullptr;
-  return FindEntry<ixo::CreateAddressFunction>(module, kAddressMakers[index]);
+  if (index >= kAddressMakers.size()) {
+    return {};
+  }
+  return FindEntry<deviceio::CreateAddressFunction>(module, kAddressMakers[index]);
 }
 
 }  // namespace
 
-ixo::PrinterAddress* IxoWrapper::GetAddress(const WCHAR* name, AddressKind kind) noexcept {
-  if (IsNullOrEmpty(name))
-    return nullptr;
+PrinterAddress IxoWrapper::GetAddress(const WCHAR* name, AddressKind kind) noexcept {
+  if (IsNullOrEmpty(name)) {
+    return {};
+  }
 
-  ixo::PrinterAddress* address = nullptr;
+  PrinterAddress address;
   return Guarded(
-      [&]() -> ixo::PrinterAddress* {
-        ixo::CreateAddressFunction* const make_address = FindAddressMaker(ixo_module_.Get(), kind);
-        if (make_address == nullptr) {
+      [&]() -> PrinterAddress {
+        const auto make_address = FindAddressMaker(ixo_module_.Get(), kind);
+        if (!make_address) {
           TraceErrorCode(GetLastError(), kNoAddressMaker);
-          return nullptr;
+          return {};
         }
-        address = make_address(name);
-        if (address == nullptr) {
+        address = PrinterAddress(make_address(name));
+        if (!address) {
           TraceLog(W("Get the printer address from the name [%s] failed!!"), name);
-          return nullptr;
+          return {};
         }
         TraceLog(W("Get the printer address from the name [%s] success ==> [%s]"), name,
-                 address->GetAddressString());
+                 address.GetAddressString());
         return address;
       },
-      [](DWORD) -> ixo::PrinterAddress* { return nullptr; },
+      [](DWORD) { return PrinterAddress(); },
       [&address] {
         TraceLog(W("Error in %s!!"), W("IxoWrapper::GetAddress"));
         return address;
       });
+}
+
+bool IxoWrapper::KeepAddress(const WCHAR* name, AddressKind kind) noexcept {
+  printer_address_ = GetAddress(name, kind);
+  return static_cast<bool>(printer_address_);
 }
 
 DWORD IxoWrapper::IsPortConnected(const WCHAR* port, DWORD& connected) noexcept {
@@ -73,18 +80,18 @@ DWORD IxoWrapper::IsPortConnected(const WCHAR* port, DWORD& connected) noexcept 
           TraceLog(W("[IxoWrapper]:IXO DLL Not Loaded Failed"));
           return ERROR_INVALID_DATA;
         }
-        ixo::CreateAddressFunction* const make_address =
-            FindEntry<ixo::CreateAddressFunction>(ixo_module_.Get(), ixo::kCreateAddressFromPortName);
-        if (make_address == nullptr) {
+        const auto make_address = FindEntry<deviceio::CreateAddressFunction>(
+            ixo_module_.Get(), deviceio::kCreateAddressFromPortName);
+        if (!make_address) {
           TraceLog(W("[IxoWrapper]:GetProcAddress() in IsPortConnected() Failed"));
           return ERROR_INVALID_DATA;
         }
-        ixo::PrinterAddress* const address = make_address(port);
-        if (address == nullptr) {
+        const PrinterAddress address(make_address(port));
+        if (!address) {
           TraceErrorCode(GetLastError(), kNoAddressMaker);
           return ERROR_INVALID_DATA;
         }
-        connected = address->IsActive() != 0 ? 1 : 0;
+        connected = address.IsActive() != 0 ? 1 : 0;
         return ERROR_SUCCESS;
       },
       [&raised](DWORD) { return raised(); }, raised);

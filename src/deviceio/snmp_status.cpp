@@ -1,8 +1,11 @@
 // The printer's state from three objects of the Host Resources MIB (RFC 2790), for device and printer 1.
 
-#include <cstdio>
+#include "src/deviceio/snmp_status.h"
 
-#include "src/deviceio/error_state.h"
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+
 #include "src/deviceio/ixo_wrapper.h"
 #include "src/text.h"
 #include "src/trace/guard.h"
@@ -32,47 +35,92 @@ void Print(const char* message) {
 
 DWORD ResponseCode(DWORD device_status, DWORD printer_status) {
   const bool at_work = printer_status == kPrinterIdle || printer_status == kPrinterPrinting;
-  if (device_status == kDeviceTesting || (device_status == kDeviceDown && !at_work))
+  if (device_status == kDeviceTesting || (device_status == kDeviceDown && !at_work)) {
     return kResponseNotReady;
+  }
   return kResponseReady;
+}
+
+constexpr int kNoDigit = -1;
+
+int HexDigit(WCHAR unit) {
+  if (unit >= '0' && unit <= '9') {
+    return unit - '0';
+  }
+  if (unit >= 'a' && unit <= 'f') {
+    return unit - 'a' + 10;
+  }
+  if (unit >= 'A' && unit <= 'F') {
+    return unit - 'A' + 10;
+  }
+  return kNoDigit;
+}
+
+bool IsSpace(WCHAR unit) {
+  return unit == ' ' || (unit >= '\t' && unit <= '\r');
+}
+
+bool HasHexPrefix(WStringView text) {
+  return text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') &&
+         HexDigit(text[2]) != kNoDigit;
 }
 
 }  // namespace
 
+DWORD ParseErrorState(WStringView text) noexcept {
+  while (!text.empty() && IsSpace(text.front())) {
+    text.remove_prefix(1);
+  }
+  const bool negative = !text.empty() && text.front() == '-';
+  if (negative || (!text.empty() && text.front() == '+')) {
+    text.remove_prefix(1);
+  }
+  if (HasHexPrefix(text)) {
+    text.remove_prefix(2);
+  }
+
+  constexpr uint32_t kLimit = std::numeric_limits<uint32_t>::max();
+  uint32_t number = 0;
+  for (; !text.empty() && HexDigit(text.front()) != kNoDigit; text.remove_prefix(1)) {
+    if (number > kLimit / 16) {
+      return kLimit;
+    }
+    number = number * 16 + static_cast<uint32_t>(HexDigit(text.front()));
+  }
+  return negative ? 0 - number : number;
+}
+
 DWORD IxoWrapper::BindOidProviderMaker() noexcept {
-  make_oid_provider_ = FindEntry<ixo::CreateOidProviderFunction>(xdm_module_.Get(), ixo::kCreateOidProvider);
-  return make_oid_provider_ != nullptr ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+  make_oid_provider_ =
+      FindEntry<deviceio::CreateOidProviderFunction>(xdm_module_.Get(), deviceio::kCreateOidProvider);
+  return make_oid_provider_ ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
 DWORD IxoWrapper::GetPrinterStatus(DWORD& printer_status, DWORD& response_code, DWORD& status_code) {
-  if (ReadPrinterStatus(printer_status) == E_FAIL)
+  if (ReadInteger(kHrPrinterStatus, printer_status) == E_FAIL) {
     return ERROR_INVALID_DATA;
+  }
 
   DWORD device_status = 0;
-  if (ReadDeviceStatus(device_status) == E_FAIL)
+  if (ReadInteger(kHrDeviceStatus, device_status) == E_FAIL) {
     return ERROR_INVALID_DATA;
+  }
   response_code = ResponseCode(device_status, printer_status);
 
   WString error_state;
-  if (ReadPrinterErrorState(error_state) == E_FAIL)
+  if (ReadPrinterErrorState(error_state) == E_FAIL) {
     return ERROR_INVALID_DATA;
+  }
   status_code = ParseErrorState(error_state);
   return ERROR_SUCCESS;
-}
-
-HRESULT IxoWrapper::ReadPrinterStatus(DWORD& value) noexcept {
-  return ReadInteger(kHrPrinterStatus, value);
-}
-
-HRESULT IxoWrapper::ReadDeviceStatus(DWORD& value) noexcept {
-  return ReadInteger(kHrDeviceStatus, value);
 }
 
 HRESULT IxoWrapper::ReadPrinterErrorState(WString& text) {
   VARIANT value;
   const HRESULT result = ReadOid(kHrPrinterDetectedErrorState, value);
-  if (result == S_OK && value.vt == VT_BSTR)
+  if (result == S_OK && value.vt == VT_BSTR) {
     text = BstrText(value.bstrVal);
+  }
   return result;
 }
 
@@ -86,8 +134,9 @@ HRESULT IxoWrapper::ReadInteger(const WCHAR* oid, DWORD& value) noexcept {
         VARIANT answer;
         const HRESULT result = ReadOid(oid, answer);
         // The payload counts, whatever the type says.
-        if (result == S_OK && answer.vt != VT_EMPTY)
+        if (result == S_OK && answer.vt != VT_EMPTY) {
           value = static_cast<DWORD>(answer.lVal);
+        }
         return result;
       },
       [&raised](DWORD) { return raised(); }, raised);
@@ -96,12 +145,12 @@ HRESULT IxoWrapper::ReadInteger(const WCHAR* oid, DWORD& value) noexcept {
 /// Reads with a provider of its own. Neither the provider nor what `value` receives is ever released.
 HRESULT IxoWrapper::ReadOid(const WCHAR* oid, VARIANT& value) {
   VariantInit(&value);
-  if (make_oid_provider_ == nullptr) {
+  if (!make_oid_provider_) {
     Print("Invalid OID Provider");
     return E_FAIL;
   }
-  ixo::OidProvider* const provider = make_oid_provider_(printer_address_);
-  return provider != nullptr ? provider->GetValue(oid, &value) : E_FAIL;
+  const OidProvider provider(make_oid_provider_(printer_address_.Get()));
+  return provider ? provider.GetValue(oid, &value) : E_FAIL;
 }
 
 }  // namespace custom_bidi

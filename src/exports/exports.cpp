@@ -3,7 +3,7 @@
 
 #include "include/custom_bidi.h"
 
-#include "src/exports/request_context.h"
+#include "src/context/request_context.h"
 #include "src/security/device_certificate.h"
 #include "src/trace/guard.h"
 
@@ -49,12 +49,14 @@ CustomBidiBool GetBidiResponse(CustomBidiChar* response,
                                CustomBidiLong item_count) {
   return ExportBody(FALSE, [&]() -> BOOL {
     CCustomBiDi context;
-    if (context.Init(queue, default_cid) != ERROR_SUCCESS)
+    if (context.Init(queue, default_cid) != ERROR_SUCCESS) {
       return FALSE;
+    }
     const DWORD code =
         items != nullptr ? context.LoadIPPResponse(items, item_count) : context.LoadIPPResponse();
-    if (code != ERROR_SUCCESS || response == nullptr)
+    if (code != ERROR_SUCCESS || response == nullptr) {
       return FALSE;
+    }
     CopyAnswer(context.ComposeBidiJson(), response);
     return TRUE;
   });
@@ -63,12 +65,13 @@ CustomBidiBool GetBidiResponse(CustomBidiChar* response,
 CustomBidiBool GetStatusData(const CustomBidiChar* address, CustomBidiChar* response) {
   return ExportBody(FALSE, [&]() -> BOOL {
     CCustomBiDi context;
-    if (context.InitForStatus(address) != ERROR_SUCCESS || response == nullptr)
+    if (context.InitForStatus(address) != ERROR_SUCCESS || response == nullptr) {
       return FALSE;
-    const WString answer = context.ComposeStatusJson();
+    }
+    WString answer;
+    const DWORD code = context.ComposeStatusJson(answer);
     CopyAnswer(answer, response);
-    constexpr size_t kEmptyObjectChars = 2;
-    return answer.size() != kEmptyObjectChars;
+    return code == ERROR_SUCCESS;
   });
 }
 
@@ -84,19 +87,19 @@ CustomBidiBool SavePassword(const uint8_t* password,
                             const CustomBidiChar* user,
                             const CustomBidiChar* target,
                             const CustomBidiChar* queue) {
-  return RunPasswordCall(password, password_length, user, target, PasswordMode::Save, queue);
+  return RunPasswordCall(password, password_length, user, target, PasswordMode::kSave, queue);
 }
 
 CustomBidiBool DeletePassword(const CustomBidiChar* user,
                               const CustomBidiChar* target,
                               const CustomBidiChar* queue) {
-  return RunPasswordCall(nullptr, 0, user, target, PasswordMode::Delete, queue);
+  return RunPasswordCall(nullptr, 0, user, target, PasswordMode::kDelete, queue);
 }
 
 CustomBidiBool IsPasswordPresent(const CustomBidiChar* user,
                                  const CustomBidiChar* target,
                                  const CustomBidiChar* queue) {
-  return RunPasswordCall(nullptr, 0, user, target, PasswordMode::Present, queue);
+  return RunPasswordCall(nullptr, 0, user, target, PasswordMode::kPresent, queue);
 }
 
 DeviceCertificate* GetDeviceCertificate(const CustomBidiChar* user,

@@ -1,4 +1,5 @@
-// Making the wrapper and reading from the device; judging what was read is in certificate_check.cpp.
+// Making the wrapper and its vault, and reading from the device. What was read is judged in
+// certificate_check.cpp.
 
 #include "src/security/certificate_wrapper.h"
 
@@ -18,25 +19,66 @@ WString TextOrEmpty(const WCHAR* text) {
 /// Asks the provider for a key of the one type that the system knows; null bytes ask for the length.
 DWORD AskForCertificate(const DeviceCertificateProvider& provider, BYTE* bytes, DWORD* length_bytes) {
   const WCHAR* const names[2] = {W("RSA"), nullptr};
-  const ixo::KeyTypeList key_types{names, 1, 0};
+  const deviceio::KeyTypeList key_types{names, 1, 0};
   const WORD eight = 8;
   DWORD unread = 0;
   return provider->GetDeviceCertificate(&key_types, bytes, length_bytes, &eight, 10, &unread);
 }
 
+void TraceNaming(HRESULT result, const WCHAR* success, const WCHAR* failure) {
+  TraceLog(SUCCEEDED(result) ? success : failure);
+}
+
+/// The name of the vault's entry; empty without a device or a user.
+WString BuildTargetName(const WString& device_uuid, const WString& user, const WString& driver) {
+  if (device_uuid.empty() || user.empty()) {
+    return {};
+  }
+  const WCHAR* const dot = W(".");
+  return W("Vexmo.VIB") + (dot + driver) + dot + user + dot + device_uuid;
+}
+
 }  // namespace
 
-CertificateHandlingWrapper::CertificateHandlingWrapper(ixo::PrinterAddress* address,
+CertStoreVault::CertStoreVault(HMODULE library,
+                               const WString& device_uuid,
+                               const WString& user,
+                               const WString& driver) {
+  TraceLog(W("[CertStoreVault]:Contructed"));
+  const auto make_vault =
+      FindEntry<deviceio::CreateVaultStoreProviderFunction>(library, deviceio::kCreateVaultStoreProvider);
+  if (make_vault) {
+    provider_ = VaultProvider(library, make_vault());
+  }
+
+  const WString target_name = BuildTargetName(device_uuid, user, driver);
+  if (!target_name.empty() && provider_) {
+    TraceNaming(provider_->SetTargetName(target_name.c_str()), W("[IxoWrapper]:Target Name Created"),
+                W("[IxoWrapper]: Failed to SetTargetName()"));
+  }
+  if (!user.empty() && provider_) {
+    TraceNaming(provider_->SetUserName(user.c_str()), W("[IxoWrapper]:USER Name Created"),
+                W("[IxoWrapper]: Failed to SetUserName()"));
+  }
+}
+
+CertStoreVault::~CertStoreVault() {
+  TraceLog(W("[CertStoreVault]:Destroyed"));
+}
+
+CertificateHandlingWrapper::CertificateHandlingWrapper(PrinterAddress address,
                                                        HMODULE library,
                                                        const WCHAR* user,
                                                        const WCHAR* driver,
                                                        DWORD mode)
     : user_(TextOrEmpty(user)), library_(library), driver_(driver), mode_(mode) {
   TraceLog(W("[CertificateHandlingWrapper]:Contructed"));
-  if (mode == kFullCheck && address != nullptr)
+  if (mode == kFullCheck && address) {
     MakeProvider(address, mode);
-  if (mode == kWithoutAddress)
-    MakeProvider(nullptr, mode);
+  }
+  if (mode == kWithoutAddress) {
+    MakeProvider({}, mode);
+  }
 }
 
 CertificateHandlingWrapper::CertificateHandlingWrapper(HMODULE library,
@@ -55,12 +97,15 @@ CertificateHandlingWrapper::CertificateHandlingWrapper(HMODULE library,
       device_uuid_(TextOrEmpty(device_uuid)) {
   TraceLog(W("[CertificateHandlingWrapper]:Contructed"));
   TraceLog(W("[DeviceCertificate]:Initialization Called"));
-  if (certificate_.empty())
+  if (certificate_.empty()) {
     TraceLog(W("[DeviceCertificate]:Certificate Error"));
-  if (warnings_.count() == 0)
+  }
+  if (warnings_.count() == 0) {
     TraceLog(W("[DeviceCertificate]:No certificate security warnings to report"));
-  if (mode == kFullCheck || mode == kWithoutAddress)
-    MakeProvider(nullptr, mode);
+  }
+  if (mode == kFullCheck || mode == kWithoutAddress) {
+    MakeProvider({}, mode);
+  }
 }
 
 CertificateHandlingWrapper::~CertificateHandlingWrapper() {
@@ -69,46 +114,50 @@ CertificateHandlingWrapper::~CertificateHandlingWrapper() {
   vault_store_.reset();
 }
 
-void CertificateHandlingWrapper::MakeProvider(ixo::PrinterAddress* address, DWORD mode) {
-  auto* const make_provider =
-      FindEntry<ixo::CreateCertificateProviderFunction>(library_, ixo::kCreateCertificateProvider);
-  if (make_provider != nullptr)
-    provider_ = DeviceCertificateProvider(library_, make_provider(address, mode));
+void CertificateHandlingWrapper::MakeProvider(PrinterAddress address, DWORD mode) {
+  const auto make_provider =
+      FindEntry<deviceio::CreateCertificateProviderFunction>(library_, deviceio::kCreateCertificateProvider);
+  if (make_provider) {
+    provider_ = DeviceCertificateProvider(library_, make_provider(address.Get(), mode));
+  }
 }
 
 HRESULT CertificateHandlingWrapper::FetchCertificate() {
-  if (!provider_)
+  if (!provider_) {
     return E_FAIL;
+  }
   const bool has_certificate = SUCCEEDED(GetDeviceCertificate());
   const bool has_warnings = SUCCEEDED(GetCertificateAllSecurityWarnings());
   if (!has_certificate && !has_warnings) {
     TraceLog(W("[CertificateHandlingWrapper]:Could not fetch device Certificate. May be connectivity issue"));
     return E_FAIL;
   }
-  if (mode_ == kWithoutAddress)
+  if (mode_ == kWithoutAddress) {
     return ValidateCertificate();
+  }
 
   WCHAR uuid[kUuidChars] = {};
-  DWORD length_chars = 0;
-  if (SUCCEEDED(GetDeviceUUID(uuid, &length_chars)) && !user_.empty()) {
+  if (SUCCEEDED(GetDeviceUUID(uuid)) && !user_.empty()) {
     uuid[kUuidChars - 1] = 0;
     device_uuid_ = uuid;
   }
   return has_certificate && has_warnings && !device_uuid_.empty() ? S_OK : E_FAIL;
 }
 
-HRESULT CertificateHandlingWrapper::GetDeviceUUID(WCHAR* uuid, DWORD* length_chars) {
+HRESULT CertificateHandlingWrapper::GetDeviceUUID(WCHAR* uuid) {
   if (!provider_) {
     TraceLog(
         W("[CertificateHandlingWrapper]:GetDeviceUUID API Failed as Certificate Provider is not available"));
     return E_FAIL;
   }
   DWORD length = 0;
-  if (FAILED(provider_->GetDeviceUUID(uuid, kUuidChars, &length)))
+  if (FAILED(provider_->GetDeviceUUID(uuid, kUuidChars, &length))) {
     return FailRead(W("[CertificateHandlingWrapper]:GetDeviceUUID API Failed"));
-  if (length == 0 || length >= kUuidChars)
+  }
+  // The length is only judged: what counts of the text ends at its NUL.
+  if (length == 0 || length >= kUuidChars) {
     return E_FAIL;
-  *length_chars = length;
+  }
   return S_OK;
 }
 
@@ -121,19 +170,22 @@ HRESULT CertificateHandlingWrapper::GetCertificateAllSecurityWarnings() {
   }
   DWORD codes[WarningList::kCapacity] = {};
   DWORD count = 0;
-  if (FAILED(provider_->GetCertificateAllSecurityWarnings(codes, WarningList::kCapacity, &count)))
+  if (FAILED(provider_->GetCertificateAllSecurityWarnings(codes, WarningList::kCapacity, &count))) {
     return FailRead(W("[CertificateHandlingWrapper]:GetCertificateAllSecurityWarnings API Failed"));
+  }
   if (count == 0) {
     TraceLog(W("[CertificateHandlingWrapper]:No Error reported"));
     return S_OK;
   }
   // There is room for ten, yet ten are too many.
-  if (count >= WarningList::kCapacity)
+  if (count >= WarningList::kCapacity) {
     return E_FAIL;
+  }
   warnings_ = WarningList(codes, count);
   TraceLog(W("[CertificateHandlingWrapper]:Count of Error %u"), count);
-  for (DWORD i = 0; i < count; ++i)
+  for (DWORD i = 0; i < count; ++i) {
     TraceLog(W("[CertificateHandlingWrapper]:Error[%d]=%d"), i, codes[i]);
+  }
   return S_OK;
 }
 
@@ -161,19 +213,21 @@ HRESULT CertificateHandlingWrapper::GetDeviceCertificate() {
   return FailRead(W("[CertificateHandlingWrapper]:GetDeviceCertificate API Failed"));
 }
 
-/// Keeps the provider's reason and traces the read that failed.
+/// Traces the read that failed. The provider is asked for its reason, though nothing goes by the answer.
 HRESULT CertificateHandlingWrapper::FailRead(const WCHAR* line) {
-  last_error_ = provider_->GetLastErrorCode();
+  provider_->GetLastErrorCode();
   TraceLog(line);
   return E_FAIL;
 }
 
 void CertificateHandlingWrapper::CopyCertificate(BYTE* buffer, DWORD* length_bytes) const {
-  if (certificate_.empty())
+  if (certificate_.empty()) {
     return;
+  }
   *length_bytes = static_cast<DWORD>(certificate_.size());
-  if (buffer != nullptr)
+  if (buffer != nullptr) {
     std::ranges::copy(certificate_, buffer);
+  }
 }
 
 }  // namespace custom_bidi

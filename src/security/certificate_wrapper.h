@@ -3,8 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "src/security/cert_store_vault.h"
-#include "src/security/warning_list.h"
+#include "src/security/device_certificate.h"
+#include "src/security/provider.h"
 
 namespace custom_bidi {
 
@@ -14,13 +14,30 @@ enum ProviderMode : DWORD {
   kWithoutAddress = 1,  ///< only the warnings are judged
 };
 
+/// The vault's entry for one printer's certificate and one user.
+class CertStoreVault {
+ public:
+  /// Makes a vault store provider from the certificate library (borrowed) and sets the entry's names on it.
+  /// That a name is refused is traced only.
+  CertStoreVault(HMODULE library, const WString& device_uuid, const WString& user, const WString& driver);
+  ~CertStoreVault();
+  CertStoreVault(const CertStoreVault&) = delete;
+  CertStoreVault& operator=(const CertStoreVault&) = delete;
+
+  /// Null (false) when the library made none.
+  const VaultProvider& provider() const { return provider_; }
+
+ private:
+  VaultProvider provider_;
+};
+
 /// The device certificate of one export call, with its security warnings and the device's UUID, and the
 /// provider they come from. Operations return HRESULTs, E_FAIL for every failure; what the library raises
 /// passes through.
 class CertificateHandlingWrapper {
  public:
   /// For reading from a device: makes a provider for `address`, which may be null in mode 1 only.
-  CertificateHandlingWrapper(ixo::PrinterAddress* address,
+  CertificateHandlingWrapper(PrinterAddress address,
                              HMODULE library,
                              const WCHAR* user,
                              const WCHAR* driver,
@@ -53,8 +70,8 @@ class CertificateHandlingWrapper {
   const WString& device_uuid() const { return device_uuid_; }
 
  private:
-  void MakeProvider(ixo::PrinterAddress* address, DWORD mode);
-  HRESULT GetDeviceUUID(WCHAR* uuid, DWORD* length_chars);
+  void MakeProvider(PrinterAddress address, DWORD mode);
+  HRESULT GetDeviceUUID(WCHAR* uuid);
   HRESULT GetCertificateAllSecurityWarnings();
   HRESULT GetDeviceCertificate();
   HRESULT FailRead(const WCHAR* line);
@@ -66,7 +83,6 @@ class CertificateHandlingWrapper {
   WString user_;
   WarningList warnings_;
   std::vector<BYTE> certificate_;
-  DWORD last_error_ = ERROR_SUCCESS;
   std::unique_ptr<CertStoreVault> vault_store_;
   HMODULE library_;  // borrowed
   WString driver_;

@@ -16,12 +16,43 @@ static_assert(offsetof(DeviceCertificate, certificate) == 16);
 static_assert(offsetof(DeviceCertificate, warning_count) == 24);
 static_assert(offsetof(DeviceCertificate, warnings) == 32);
 
+WarningList::WarningList(const DWORD* codes, DWORD count)
+    : count_(codes != nullptr ? std::min(count, kCapacity) : 0) {
+  std::copy_n(codes, count_, codes_.begin());
+}
+
+bool WarningList::Holds(DWORD code) const {
+  return std::ranges::find(codes(), code) != codes().end();
+}
+
+void WarningList::Append(DWORD code) {
+  if (count_ < kCapacity) {
+    codes_[count_++] = code;
+  }
+}
+
+bool HasNonNegotiableError(std::span<const DWORD> codes) {
+  // Trust-status bits of CryptoAPI, wincrypt.h.
+  constexpr DWORD kNonNegotiable[] = {
+      0x00000001,  // CERT_TRUST_IS_NOT_TIME_VALID
+      0x00000004,  // CERT_TRUST_IS_REVOKED
+      0x00000008,  // CERT_TRUST_IS_NOT_SIGNATURE_VALID
+      0x00000010,  // CERT_TRUST_IS_NOT_VALID_FOR_USAGE
+      0x04000000,  // CERT_TRUST_IS_EXPLICIT_DISTRUST
+      0x00000020,  // CERT_TRUST_IS_UNTRUSTED_ROOT
+      0x00000040,  // CERT_TRUST_REVOCATION_STATUS_UNKNOWN
+      0x00100000,  // CERT_TRUST_HAS_WEAK_SIGNATURE
+  };
+  return std::ranges::find_first_of(codes, kNonNegotiable) != codes.end();
+}
+
 namespace {
 
 DeviceCertificatePtr NewRecord() {
   void* const storage = CoTaskMemAlloc(sizeof(DeviceCertificate));
-  if (storage == nullptr)
+  if (storage == nullptr) {
     throw std::bad_alloc();
+  }
   DeviceCertificatePtr record(new (storage) DeviceCertificate{});
   TraceLog(W("[DeviceCertificate]:Contructed"));
   return record;
@@ -41,14 +72,16 @@ void SetWarnings(DeviceCertificate& record, const WarningList& warnings) {
   record.warnings = new DWORD[WarningList::kCapacity]();
   record.warning_count = warnings.count();
   std::ranges::copy(warnings.codes(), record.warnings);
-  if (warnings.count() == 0)
+  if (warnings.count() == 0) {
     TraceLog(W("[DeviceCertificate]:No certificate security warnings to report"));
+  }
 }
 
 void SetIdentifier(DeviceCertificate& record, WStringView identifier) {
   auto* const copy = static_cast<WCHAR*>(CoTaskMemAlloc((identifier.size() + 1) * sizeof(WCHAR)));
-  if (copy == nullptr)
+  if (copy == nullptr) {
     return;
+  }
   *std::ranges::copy(identifier, copy).out = 0;
   record.identifier = copy;
 }
@@ -80,8 +113,9 @@ DeviceCertificatePtr MakeDeviceCertificate(std::span<const BYTE> certificate,
 
 void ReleaseDeviceCertificate(DeviceCertificate* record) noexcept {
   TraceLog(W("[DeviceCertificate]:Destroyed"));
-  if (record != nullptr)
+  if (record != nullptr) {
     ReleaseContents(*record);
+  }
 }
 
 }  // namespace custom_bidi

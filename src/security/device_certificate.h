@@ -1,11 +1,38 @@
 #pragma once
 
+#include <array>
 #include <memory>
+#include <span>
 
 #include "include/custom_bidi.h"
-#include "src/security/warning_list.h"
+#include "src/platform.h"
 
 namespace custom_bidi {
+
+/// The security warnings of one certificate: up to ten codes.
+class WarningList {
+ public:
+  static constexpr DWORD kCapacity = 10;
+
+  WarningList() = default;
+  /// Takes at most the first ten of `count` codes; none from a null pointer.
+  WarningList(const DWORD* codes, DWORD count);
+
+  std::span<const DWORD> codes() const { return {codes_.data(), count_}; }
+  DWORD count() const { return count_; }
+  bool Holds(DWORD code) const;
+  /// Adds the code unless the list is full.
+  void Append(DWORD code);
+  void Clear() { count_ = 0; }
+
+ private:
+  std::array<DWORD, kCapacity> codes_{};
+  DWORD count_ = 0;
+};
+
+/// True when one of the codes is a verdict that nobody may wave through. Codes are compared for equality: one
+/// that combines several trust-status bits is not among them.
+bool HasNonNegotiableError(std::span<const DWORD> codes);
 
 /// Releases what a record holds and empties it; its own 40 bytes stay the caller's. Null is allowed.
 void ReleaseDeviceCertificate(DeviceCertificate* record) noexcept;

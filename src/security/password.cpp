@@ -1,14 +1,12 @@
 // The password kept in the credential vault.
 
-#include "src/exports/request_context.h"
+#include "src/context/request_context.h"
 #include "src/security/provider.h"
 #include "src/text.h"
 #include "src/trace/guard.h"
 
 namespace custom_bidi {
 namespace {
-
-constexpr DWORD kFailed = 1;
 
 DWORD Save(const VaultProvider& vault, const BYTE* password, DWORD length_bytes) {
   // The first byte alone says whether there is a password.
@@ -27,15 +25,17 @@ DWORD NotPresent() {
 }
 
 DWORD Present(const VaultProvider& vault) {
-  if (vault->IsTargetPresent() == 0)
+  if (vault->IsTargetPresent() == 0) {
     return NotPresent();
+  }
   TraceLog(W("[IxoWrapper]:Target present"));
   return ERROR_SUCCESS;
 }
 
 DWORD Delete(const VaultProvider& vault) {
-  if (vault->IsTargetPresent() == 0)
+  if (vault->IsTargetPresent() == 0) {
     return NotPresent();
+  }
   const DWORD code = vault->DeleteTarget();
   TraceLog(W("[IxoWrapper]:Deleted Target key"));
   return code;
@@ -46,11 +46,13 @@ bool SetNames(const VaultProvider& vault, const WCHAR* target, const WCHAR* user
   HRESULT target_status = E_FAIL;
   if (!IsNullOrEmpty(target)) {
     target_status = vault->SetTargetName(target);
-    if (SUCCEEDED(target_status))
+    if (SUCCEEDED(target_status)) {
       TraceLog(W("[IxoWrapper]:Target Name Created"));
+    }
   }
-  if (IsNullOrEmpty(user) || FAILED(vault->SetUserName(user)))
+  if (IsNullOrEmpty(user) || FAILED(vault->SetUserName(user))) {
     return false;
+  }
   TraceLog(W("[IxoWrapper]:USER Name Created"));
   return SUCCEEDED(target_status);
 }
@@ -73,15 +75,12 @@ DWORD CCustomBiDi::ProcessPassword(const BYTE* password,
           TraceLog(W(">>>> Custom Bidi : Target Name is empty"));
           return ERROR_INVALID_PARAMETER;
         }
-        if (IsNullOrEmpty(queue)) {
-          TraceLog(W(">>>> Custom Bidi : Invalid Printer Name"));
-          return ERROR_INVALID_PARAMETER;
+        if (const DWORD code = StartForQueue(queue); code != ERROR_SUCCESS) {
+          return code;
         }
-        StartForQueue(queue);
         TraceLog(W(">>>> Custom Bidi : Print Queue Name is [%s]"), queue_);
         if (InitIOWrapperForSEPassword() != ERROR_SUCCESS) {
-          TraceLog(W(">>>> Custom Bidi : InitIOWrapper Initialization failed!!"));
-          return kFailed;
+          return FailInitialisation();
         }
         if (ixo_.ProcessPasswordInCredManager(password, length_bytes, user, target, mode) != ERROR_SUCCESS) {
           TraceLog(W(">>>> Custom Bidi : IXO SEP Target Processing failed!!"));
@@ -100,9 +99,9 @@ DWORD IxoWrapper::ProcessPasswordInCredManager(const BYTE* password,
   return GuardedDeviceCall(kOperation, ERROR_SUCCESS, [&]() -> DWORD {
     // The same line for every mode.
     TraceLog(W("[IxoWrapper]:Trying to save target"));
-    auto* const make_vault =
-        FindEntry<ixo::CreateVaultStoreProviderFunction>(cert_module_.Get(), ixo::kCreateVaultStoreProvider);
-    if (make_vault == nullptr) {
+    const auto make_vault = FindEntry<deviceio::CreateVaultStoreProviderFunction>(
+        cert_module_.Get(), deviceio::kCreateVaultStoreProvider);
+    if (!make_vault) {
       TraceLog(W("[IxoWrapper]:GetProcAddress() for StoreProvider Failed"));
       return ERROR_GEN_FAILURE;
     }
@@ -112,14 +111,15 @@ DWORD IxoWrapper::ProcessPasswordInCredManager(const BYTE* password,
       return ERROR_GEN_FAILURE;
     }
     TraceLog(W("[IxoWrapper]:Store provider Created "));
-    if (!SetNames(vault, target, user))
+    if (!SetNames(vault, target, user)) {
       return ERROR_GEN_FAILURE;
+    }
     switch (mode) {
-      case PasswordMode::Save:
+      case PasswordMode::kSave:
         return Save(vault, password, length_bytes);
-      case PasswordMode::Present:
+      case PasswordMode::kPresent:
         return Present(vault);
-      case PasswordMode::Delete:
+      case PasswordMode::kDelete:
         return Delete(vault);
     }
     return ERROR_SUCCESS;

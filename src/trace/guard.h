@@ -30,8 +30,9 @@ DWORD GuardedOperation(const WCHAR* operation, const WCHAR* label, DWORD otherwi
   return Guarded(
       body,
       [label](DWORD code) {
-        if (code != ERROR_SUCCESS)
+        if (code != ERROR_SUCCESS) {
           TraceErrorCode(code, label);
+        }
         return code;
       },
       [operation, otherwise] {

@@ -52,8 +52,9 @@ using RegistryKey = Unique<RegistryKeyTraits>;
 
 DWORD ReadTraceSwitch(const WCHAR* key_path) {
   RegistryKey key;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key_path, 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, key_path, 0, KEY_READ, key.Put()) != ERROR_SUCCESS) {
     return kNoSwitch;
+  }
 
   // The value's type does not matter: whatever it holds, up to 4 bytes, lands in the preset number.
   BYTE bytes[sizeof(DWORD)] = {0xFF, 0xFF, 0xFF, 0xFF};
@@ -80,16 +81,18 @@ void WriteFormatted(const WCHAR* format, std::span<const FormatArgument> argumen
 }  // namespace trace_internal
 
 void TraceErrorCode(DWORD code, const WCHAR* label) noexcept {
-  if (!TraceIsOn())
+  if (!TraceIsOn()) {
     return;
+  }
   const SystemText text = SystemTextOf(code);
   WCHAR message[kLineChars] = {};
-  if (text && !IsNullOrEmpty(label))
+  if (text && !IsNullOrEmpty(label)) {
     FormatText(message, W("[%s]%s\n"), label, text.Get());
-  else if (text)
+  } else if (text) {
     FormatText(message, W("%s\n"), text.Get());
-  else if (!IsNullOrEmpty(label))
+  } else if (!IsNullOrEmpty(label)) {
     FormatText(message, W("%s: NULL\n"), label);
+  }
   WriteTraceLine(message);
 }
 
@@ -100,28 +103,34 @@ void StartTraceForQueue(const WCHAR* queue) noexcept {
   const DWORD value = length < kKeyChars ? ReadTraceSwitch(key_path) : kNoSwitch;
   const bool on = value != 0 && value != kNoSwitch;
   trace_internal::g_switch.store(on, std::memory_order_relaxed);
-  if (on)
+  if (on) {
     OpenTraceFile();
+  }
 }
 
 bool OpenTraceFile() noexcept {
   const TraceFileLock lock;
-  if (IsOpen(g_file.handle))
+  if (IsOpen(g_file.handle)) {
     return true;
+  }
   g_file.handle = OpenForAppending(OPEN_EXISTING);
-  if (!IsOpen(g_file.handle))
+  if (!IsOpen(g_file.handle)) {
     g_file.handle = OpenForAppending(CREATE_NEW);
-  if (!IsOpen(g_file.handle))
+  }
+  if (!IsOpen(g_file.handle)) {
     g_file.handle = nullptr;
+  }
   return g_file.handle != nullptr;
 }
 
 void WriteTraceLine(const WCHAR* message) noexcept {
-  if (message == nullptr)
+  if (message == nullptr) {
     return;
+  }
   const TraceFileLock lock;
-  if (!IsOpen(g_file.handle))
+  if (!IsOpen(g_file.handle)) {
     return;
+  }
 
   SYSTEMTIME now;
   GetLocalTime(&now);
@@ -130,12 +139,18 @@ void WriteTraceLine(const WCHAR* message) noexcept {
   size_t length =
       FormatText(line, W("[%02d:%02d:%02d.%03d]  "), now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
   const std::span<WCHAR> room = std::span(line).subspan(length, kLineChars - length - kLineEnd.size());
-  CopyText(room, message);
+  FormatText(room, W("%s"), message);  // which cuts no pair
   length += TextLength(room.data());
   CopyText(std::span(line).subspan(length), kLineEnd);
   length += kLineEnd.size();
 
-  SetFilePointer(g_file.handle, 0, nullptr, FILE_END);
+  // Without the high part, a file of 4 GiB or more has no end to go to. All ones may be the low part of one:
+  // then the last error is none.
+  LONG high = 0;
+  if (SetFilePointer(g_file.handle, 0, &high, FILE_END) == INVALID_SET_FILE_POINTER &&
+      GetLastError() != NO_ERROR) {
+    return;
+  }
   DWORD written_bytes = 0;
   WriteFile(g_file.handle, line, static_cast<DWORD>(length * sizeof(WCHAR)), &written_bytes, nullptr);
 }
@@ -147,8 +162,9 @@ TraceShare::TraceShare() noexcept {
 
 TraceShare::~TraceShare() {
   const TraceFileLock lock;
-  if (--g_file.shares != 0 || !IsOpen(g_file.handle))
+  if (--g_file.shares != 0 || !IsOpen(g_file.handle)) {
     return;
+  }
   CloseHandle(g_file.handle);
   g_file.handle = nullptr;
 }

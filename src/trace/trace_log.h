@@ -30,8 +30,9 @@ inline bool TraceIsOn() noexcept {
 /// off this is a single test.
 template <class... Arguments>
 inline void TraceLog(const WCHAR* format, const Arguments&... arguments) noexcept {
-  if (!TraceIsOn())
+  if (!TraceIsOn()) {
     return;
+  }
   const std::array<FormatArgument, sizeof...(Arguments)> list{FormatArgument(arguments)...};
   trace_internal::WriteFormatted(format, list);
 }

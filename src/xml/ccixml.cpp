@@ -1,11 +1,37 @@
 #include "src/xml/ccixml.h"
 
+#include "src/system_text.h"
 #include "src/text.h"
 #include "src/trace/guard.h"
-#include "src/xml/dom_document.h"
 
 namespace custom_bidi {
 namespace {
+
+// msxml6.h and msxml2.h; not every SDK has all of them.
+constexpr GUID kIidDomDocument3 = {0x2933BF96,
+                                   0x7B36,
+                                   0x11D2,
+                                   {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+constexpr GUID kDomDocument60 = {0x88D96A05,
+                                 0xF192,
+                                 0x11D4,
+                                 {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+constexpr GUID kDomDocument30 = {0xF5078F32,
+                                 0xC551,
+                                 0x11D3,
+                                 {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+constexpr GUID kDomDocument = {0xF6D90F11, 0x9C73, 0x11D3, {0xB3, 0x2E, 0x00, 0xC0, 0x4F, 0x99, 0x0B, 0xB4}};
+
+struct DomClass {
+  const GUID& id;
+  const WCHAR* failure;
+};
+
+constexpr DomClass kDomClasses[] = {
+    {kDomDocument60, W("Failed to CoCreateInstance DOMDocument60")},
+    {kDomDocument30, W("Failed to CoCreateInstance DOMDocument30")},
+    {kDomDocument, W("Failed to CoCreateInstance DOMDocument")},
+};
 
 /// The lines that frame every method, on every way out.
 class MethodTrace {
@@ -37,7 +63,65 @@ class TextVariant {
   VARIANT value_;
 };
 
+size_t DescribeParseError(std::span<WCHAR> text, const WCHAR* location, IXMLDOMParseError* parse_error) {
+  LONG code = 0;
+  LONG line = 0;
+  LONG position = 0;
+  Bstr reason;
+  parse_error->get_errorCode(&code);
+  parse_error->get_line(&line);
+  parse_error->get_linepos(&position);
+  parse_error->get_reason(reason.Put());
+  if (!reason) {
+    return FormatText(text, W("XML Error [%s]\r\n Error Code 0x%08X on line %d, position %d"), location, code,
+                      line, position);
+  }
+  return FormatText(text, W("XML Error [%s]\r\n Error Code 0x%08X on line %d, position %d\r\nReason: %s"),
+                    location, code, line, position, reason.Get());
+}
+
+size_t DescribeCode(std::span<WCHAR> text, const WCHAR* location, DWORD code) {
+  const SystemText system_text = SystemTextOf(code);
+  if (!system_text) {
+    return FormatText(text, W("XML Error [%s]\r\n Error Code 0x%08X"), location, code);
+  }
+  return FormatText(text, W("XML Error [%s]\r\n Error Code 0x%08X : %s"), location, code, system_text.Get());
+}
+
+size_t Describe(std::span<WCHAR> text, const _CIXML_ERROR& error) {
+  if (error.code == kXmlGpf) {
+    return FormatText(text, W("\r\n\r\n !!!!! XML Error :GPF in %s function  !!!!!!!!!!!!!!\r\n\r\n"),
+                      error.location);
+  }
+  if (error.code == kXmlNoDocumentClass) {
+    return FormatText(text, W("XML Error [%s]: COM initializing error"), error.location);
+  }
+  if (error.parse_error) {
+    return DescribeParseError(text, error.location, error.parse_error.Get());
+  }
+  if (error.code != ERROR_SUCCESS) {
+    return DescribeCode(text, error.location, error.code);
+  }
+  return 0;
+}
+
 }  // namespace
+
+ComPtr<IXMLDOMDocument3> CreateDomDocument() {
+  ComPtr<IXMLDOMDocument3> document;
+  for (const DomClass& dom_class : kDomClasses) {
+    void* created = nullptr;
+    const HRESULT result =
+        CoCreateInstance(dom_class.id, nullptr, CLSCTX_INPROC_SERVER, kIidDomDocument3, &created);
+    document.Reset(static_cast<IXMLDOMDocument3*>(created));
+    if (SUCCEEDED(result) && document) {
+      return document;
+    }
+    document.Reset();
+    TraceLog(dom_class.failure);
+  }
+  return document;
+}
 
 template <class Body>
 DWORD CCIXML::Run(const WCHAR* method, Body&& body) noexcept {
@@ -54,7 +138,6 @@ DWORD CCIXML::Run(const WCHAR* method, Body&& body) noexcept {
 CCIXML::CCIXML() noexcept {
   const MethodTrace trace(W("CCIXML::CCIXML"));
   com_result_ = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-  com_initialised_ = SUCCEEDED(com_result_) || com_result_ == RPC_E_CHANGED_MODE;
 }
 
 CCIXML::~CCIXML() {
@@ -62,24 +145,28 @@ CCIXML::~CCIXML() {
   error_.parse_error.Reset();
   document_.Reset();
   // A thread that already belonged to another apartment was not initialised by us.
-  if (com_initialised_ && SUCCEEDED(com_result_))
+  if (SUCCEEDED(com_result_)) {
     CoUninitialize();
+  }
 }
 
 DWORD CCIXML::Load(const WCHAR* path) noexcept {
   return Run(W("CCIXML::Load"), [&]() -> DWORD {
-    if (IsNullOrEmpty(path))
+    if (IsNullOrEmpty(path)) {
       return ERROR_INVALID_PARAMETER;
+    }
     CopyText(file_path_, path);
 
     ComPtr<IXMLDOMDocument3> document = CreateDomDocument();
-    if (!document)
+    if (!document) {
       return kXmlNoDocumentClass;
+    }
     document.Get()->put_async(VARIANT_FALSE);
 
     Bstr path_text(SysAllocString(path));
-    if (!path_text)
+    if (!path_text) {
       return kXmlNoDocumentClass;
+    }
     const TextVariant source(std::move(path_text));
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const HRESULT result = document.Get()->load(source.Get(), &loaded);
@@ -94,8 +181,9 @@ DWORD CCIXML::Load(const WCHAR* path) noexcept {
 
 void CCIXML::RecordLoadFailure(IXMLDOMDocument3* document) noexcept {
   ComPtr<IXMLDOMParseError> parse_error;
-  if (FAILED(document->get_parseError(parse_error.Put())))
+  if (FAILED(document->get_parseError(parse_error.Put()))) {
     return;
+  }
   // The location stays as it was.
   error_.code = kXmlParseError;
   error_.parse_error = std::move(parse_error);
@@ -107,13 +195,16 @@ void CCIXML::RecordLoadFailure(IXMLDOMDocument3* document) noexcept {
 
 DWORD CCIXML::GetRootNode(IXMLDOMNode** out) noexcept {
   return Run(W("CCIXML::GetRootNode"), [&]() -> DWORD {
-    if (out == nullptr)
+    if (out == nullptr) {
       return ERROR_INVALID_PARAMETER;
-    if (!document_)
+    }
+    if (!document_) {
       return ERROR_INVALID_HANDLE;
+    }
     IXMLDOMElement* root = nullptr;
-    if (FAILED(document_.Get()->get_documentElement(&root)))
+    if (FAILED(document_.Get()->get_documentElement(&root))) {
       return ERROR_INVALID_HANDLE;
+    }
     *out = root;
     return ERROR_SUCCESS;
   });
@@ -121,12 +212,14 @@ DWORD CCIXML::GetRootNode(IXMLDOMNode** out) noexcept {
 
 DWORD CCIXML::GetPathedNode(IXMLDOMNode* node, const WCHAR* query, IXMLDOMNode** out) noexcept {
   return Run(W("CCIXML::GetPathedNode"), [&]() -> DWORD {
-    if (node == nullptr || query == nullptr || out == nullptr)
+    if (node == nullptr || query == nullptr || out == nullptr) {
       return ERROR_INVALID_PARAMETER;
+    }
     const Bstr query_text = MakeBstr(query);
     ComPtr<IXMLDOMNode> found;
-    if (FAILED(node->selectSingleNode(query_text.Get(), found.Put())) || !found)
+    if (FAILED(node->selectSingleNode(query_text.Get(), found.Put())) || !found) {
       return ERROR_PATH_NOT_FOUND;
+    }
     *out = found.Release();
     return ERROR_SUCCESS;
   });
@@ -143,12 +236,14 @@ DWORD CCIXML::GetPathedNode(const WCHAR* query, IXMLDOMNode** out) noexcept {
 DWORD CCIXML::GetPathedNodeList(IXMLDOMNode* node, const WCHAR* query, IXMLDOMNodeList** out) noexcept {
   constexpr const WCHAR* kMethod = W("CCIXML::GetPathedNodeList");
   return Run(kMethod, [&]() -> DWORD {
-    if (node == nullptr || query == nullptr || out == nullptr)
+    if (node == nullptr || query == nullptr || out == nullptr) {
       return ERROR_INVALID_PARAMETER;
+    }
     const Bstr query_text = MakeBstr(query);
     ComPtr<IXMLDOMNodeList> list;
-    if (node->selectNodes(query_text.Get(), list.Put()) != S_OK)
+    if (node->selectNodes(query_text.Get(), list.Put()) != S_OK) {
       return RecordParseErrorOf(node, kMethod);
+    }
     *out = list.Release();
     return ERROR_SUCCESS;
   });
@@ -156,8 +251,9 @@ DWORD CCIXML::GetPathedNodeList(IXMLDOMNode* node, const WCHAR* query, IXMLDOMNo
 
 DWORD CCIXML::GetPathedNodeList(const WCHAR* query, IXMLDOMNodeList** out) noexcept {
   return Run(W("CCIXML::GetPathedNodeList"), [&]() -> DWORD {
-    if (out == nullptr)
+    if (out == nullptr) {
       return ERROR_INVALID_PARAMETER;
+    }
     ComPtr<IXMLDOMNode> root;
     const DWORD result = GetRootNode(root.Put());
     return result != ERROR_SUCCESS ? result : GetPathedNodeList(root.Get(), query, out);
@@ -194,27 +290,34 @@ DWORD CCIXML::GetPathedNodeListAsArray(const WCHAR* query, std::vector<ComPtr<IX
 DWORD CCIXML::GetAttributeValue(IXMLDOMNode* node, const WCHAR* name, WCHAR* value) noexcept {
   constexpr const WCHAR* kMethod = W("CCIXML::GetAttributeValue");
   return Run(kMethod, [&]() -> DWORD {
-    if (node == nullptr || IsNullOrEmpty(name) || value == nullptr)
+    if (node == nullptr || IsNullOrEmpty(name) || value == nullptr) {
       return ERROR_INVALID_PARAMETER;
+    }
     ComPtr<IXMLDOMNamedNodeMap> attributes;
-    if (node->get_attributes(attributes.Put()) != S_OK)
+    if (node->get_attributes(attributes.Put()) != S_OK) {
       return RecordParseErrorOf(node, kMethod);
-    if (!attributes)
+    }
+    if (!attributes) {
       return ERROR_INVALID_DATA;
+    }
 
     const Bstr name_text = MakeBstr(name);
     ComPtr<IXMLDOMNode> attribute;
-    if (attributes.Get()->getNamedItem(name_text.Get(), attribute.Put()) != S_OK)
+    if (attributes.Get()->getNamedItem(name_text.Get(), attribute.Put()) != S_OK) {
       return RecordParseErrorOf(node, kMethod);
-    if (!attribute)
+    }
+    if (!attribute) {
       return ERROR_INVALID_DATA;
+    }
 
     Bstr text;
     const HRESULT result = attribute.Get()->get_text(text.Put());
-    if (result == S_FALSE)
+    if (result == S_FALSE) {
       return ERROR_SUCCESS;
-    if (result != S_OK)
+    }
+    if (result != S_OK) {
       return RecordParseErrorOf(node, kMethod);
+    }
     CopyText({value, kValueChars}, BstrText(text.Get()));
     return ERROR_SUCCESS;
   });
@@ -229,13 +332,23 @@ void CCIXML::Record(DWORD code, const WCHAR* method, ComPtr<IXMLDOMParseError> p
 /// Keeps what the node's document last had to report, and says how that went.
 DWORD CCIXML::RecordParseErrorOf(IXMLDOMNode* node, const WCHAR* method) noexcept {
   ComPtr<IXMLDOMDocument> document;
-  if (FAILED(node->get_ownerDocument(document.Put())) || !document)
+  if (FAILED(node->get_ownerDocument(document.Put())) || !document) {
     return ERROR_PATH_NOT_FOUND;
+  }
   ComPtr<IXMLDOMParseError> parse_error;
-  if (FAILED(document.Get()->get_parseError(parse_error.Put())))
+  if (FAILED(document.Get()->get_parseError(parse_error.Put()))) {
     return ERROR_INVALID_DATA;
+  }
   Record(kXmlParseError, method, std::move(parse_error));
   return kXmlParseError;
+}
+
+void CCIXML::GetErrorText(WCHAR* text) const noexcept {
+  WCHAR description[1024] = {};
+  const size_t length = Describe(description, error_);
+  if (text != nullptr && length > 0 && length <= kErrorTextChars) {
+    CopyText({text, kErrorTextChars}, description);
+  }
 }
 
 }  // namespace custom_bidi

@@ -1,10 +1,43 @@
 #pragma once
 
+#include <new>
 #include <vector>
 
-#include "src/xml/dom_ptr.h"
+#include "src/unique.h"
 
 namespace custom_bidi {
+
+template <class Interface>
+struct ComTraits {
+  using Value = Interface*;
+  static Value Empty() { return nullptr; }
+  static void Close(Value value) { value->Release(); }
+};
+
+/// Owns one reference.
+template <class Interface>
+using ComPtr = Unique<ComTraits<Interface>>;
+
+struct BstrTraits {
+  using Value = BSTR;
+  static Value Empty() { return nullptr; }
+  static void Close(Value value) { SysFreeString(value); }
+};
+
+using Bstr = Unique<BstrTraits>;
+
+/// Copies `text` (not null) into a BSTR; throws std::bad_alloc when memory is short.
+inline Bstr MakeBstr(const WCHAR* text) {
+  Bstr copy(SysAllocString(text));
+  if (!copy) {
+    throw std::bad_alloc();
+  }
+  return copy;
+}
+
+/// Makes an empty DOM document of the newest class that the system has; null, with a trace line for each
+/// class tried, when it has none.
+ComPtr<IXMLDOMDocument3> CreateDomDocument();
 
 // Codes of the XML wrapper beside the Win32 ones.
 inline constexpr DWORD kXmlNoDocumentClass = 0xFFFD;  ///< no DOM document, or no memory for a string
@@ -75,7 +108,6 @@ class CCIXML {
   ComPtr<IXMLDOMDocument3> document_;
   _CIXML_ERROR error_;
   WCHAR file_path_[1024] = {};
-  bool com_initialised_ = false;
   HRESULT com_result_ = E_FAIL;
 };
 

@@ -2,6 +2,7 @@
 // only while another call has it open. These tests hold it open through the library's own parts, so they are
 // native ones.
 
+#include "src/security/certificate_wrapper.h"
 #include "src/trace/trace_log.h"
 #include "tests/support/call_test.h"
 
@@ -31,37 +32,35 @@ class HeldTrace : public CallTest {
 TEST_F(HeldTrace, MissingArguments) {
   const WString name = ToWide("name");
   const CustomBidiChar empty[] = {0};
-  const Lines no_queue = kBorn + Lines{">>>> Custom Bidi : Invalid Printer Name"} + kGone;
-  const Lines no_user = kBorn + Lines{">>>> Custom Bidi : User is empty"} + kGone;
-  const Lines no_target = kBorn + Lines{">>>> Custom Bidi : Target Name is empty"} + kGone;
   CustomBidiChar response[128];
-
-  ExpectTrace(no_queue, Around([&] { GetBidiResponse(response, empty, name.c_str(), nullptr, 0); }));
-  ExpectTrace(no_queue, Around([&] { GetPortStatus(nullptr, nullptr); }));
-  ExpectTrace(kBorn + Lines{">>>> Custom Bidi : Invalid Address"} + kGone,
-              Around([&] { GetStatusData(empty, response); }));
-  ExpectTrace(no_user, Around([&] { SavePassword(nullptr, 0, nullptr, empty, empty); }));
-  ExpectTrace(no_target, Around([&] { DeletePassword(name.c_str(), empty, nullptr); }));
-  ExpectTrace(no_queue, Around([&] { IsPasswordPresent(name.c_str(), name.c_str(), empty); }));
-  ExpectTrace(no_queue, Around([&] { GetDeviceCertificate(nullptr, nullptr, 0); }));
-  ExpectTrace(no_queue, Around([&] { VerifyCertificateValidity(name.c_str(), empty, 0, nullptr); }));
-  ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([] { DeleteDeviceCertificate(nullptr); }));
   DeviceCertificate record = {};
+  const auto expect = [this](const std::string& line, const auto& call) {
+    ExpectTrace(kBorn + Lines{">>>> Custom Bidi : " + line} + kGone, Around(call));
+  };
+
+  expect("Invalid Printer Name", [&] { GetBidiResponse(response, empty, name.c_str(), nullptr, 0); });
+  expect("Invalid Printer Name", [&] { GetPortStatus(nullptr, nullptr); });
+  expect("Invalid Address", [&] { GetStatusData(empty, response); });
+  expect("User is empty", [&] { SavePassword(nullptr, 0, nullptr, empty, empty); });
+  expect("Target Name is empty", [&] { DeletePassword(name.c_str(), empty, nullptr); });
+  expect("Invalid Printer Name", [&] { IsPasswordPresent(name.c_str(), name.c_str(), empty); });
+  expect("Invalid Printer Name", [&] { GetDeviceCertificate(nullptr, nullptr, 0); });
+  expect("Invalid Printer Name", [&] { VerifyCertificateValidity(name.c_str(), empty, 0, nullptr); });
+  ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([] { DeleteDeviceCertificate(nullptr); }));
   ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([&] { DeleteDeviceCertificate(&record); }));
 }
 
 TEST_F(HeldTrace, WholeCall) {
-  const Lines call =
-      BidiInitialisation(kQueue, kAddress) + Lines{">>>>>Custom Bidi :  LoadIPPResponse success!!!"};
+  const Lines call = BidiInitialisation(kQueue, kAddress) + Lines{kLoadSucceeded};
   const WString queue = ToWide(kQueue);
   const WString item = ToWide("A");
   const CustomBidiChar* const names[] = {item.c_str()};
   const CustomBidiChar empty[] = {0};
   CustomBidiChar response[128];
-  ExpectTrace(kBorn + call + kGone,
-              Around([&] { GetBidiResponse(response, queue.c_str(), nullptr, names, 1); }));
-  ExpectTrace(kBorn + call + kGone,
-              Around([&] { GetBidiResponse(response, queue.c_str(), empty, names, 1); }));
+  for (const CustomBidiChar* none : {static_cast<const CustomBidiChar*>(nullptr), empty}) {
+    ExpectTrace(kBorn + call + kGone,
+                Around([&] { GetBidiResponse(response, queue.c_str(), none, names, 1); }));
+  }
   ExpectTrace(kBorn + Lines{">>>> Custom Bidi : Default CID present"} + call + kGone,
               Around([&] { GetBidiResponse(response, queue.c_str(), item.c_str(), names, 1); }));
 }
@@ -72,6 +71,23 @@ TEST_F(HeldTrace, SwitchWithoutAValueIsToldWhileAnEarlierOneIsOn) {
   ExpectTrace(kBorn + Lines{"Query value fail!! [DebugTraceEnable]"},
               Around([&] { GetPortStatus(ToWide(silent).c_str(), nullptr); }));
   RemoveQueueKey(silent);
+}
+
+// A check asks for the vault only when it has both; this holds for whoever else makes one.
+TEST_F(HeldTrace, VaultIsNamedForAUserAndAPrinterTogether) {
+  const auto lines_for = [this](const WCHAR* uuid, const WCHAR* user) {
+    return Around([&] {
+      const HMODULE library = LoadLibraryW(ToWide(HostFolder::Text("\\vexmobixocert.dll")).c_str());
+      { const custom_bidi::CertStoreVault vault(library, uuid, user, W("NQDRV4")); }
+      FreeLibrary(library);
+    });
+  };
+  const std::string begin = "[CertStoreVault]:Contructed";
+  const std::string user_named = "[IxoWrapper]:USER Name Created";
+  const std::string end = "[CertStoreVault]:Destroyed";
+  ExpectTrace({begin, "[IxoWrapper]:Target Name Created", user_named, end}, lines_for(W("uuid"), W("user")));
+  ExpectTrace({begin, user_named, end}, lines_for(W(""), W("user")));
+  ExpectTrace({begin, end}, lines_for(W("uuid"), W("")));
 }
 
 // Windows keeps no queue with a name as long as these.

@@ -1,8 +1,8 @@
 // Hosts that lie elsewhere: a copy of the C caller in the folder in question. Native tests, as the folders
 // are longer than Windows takes them.
 
+#include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 
 #include "tests/support/call_test.h"
 
@@ -26,19 +26,16 @@ class HostPath : public CallTest {
   /// Copies the program with the libraries to `folder`, under `name`.
   void MakeHost(const fs::path& folder, const std::string& name) {
     fs::create_directories(folder);
-    const fs::path caller = C_CALLER;
-    for (const fs::directory_entry& entry : fs::directory_iterator(caller.parent_path())) {
-      const std::string extension = entry.path().extension().string();
-      if (extension == ".so" || extension == ".dll" || entry.path().filename() == "vexmoixodatamap.xml")
-        fs::copy(entry.path(), folder);
-    }
-    fs::copy(caller, folder / name);
+    fs::copy(fs::path(C_CALLER).parent_path(), folder);  // without its folders
+    fs::rename(folder / fs::path(C_CALLER).filename(), folder / name);
     program_ = folder / name;
   }
 
-  bool Succeeds() {
-    const std::string command = "'" + program_.string() + "' '" + kQueue + "'";
-    return std::system(command.c_str()) == 0;
+  void WriteBeside(const std::string& name, const std::string& content) {
+    host.Write((fs::relative(program_.parent_path(), HostFolder::Path()) / name).string(), content);
+  }
+  bool Succeeds(const std::string& more = "") {
+    return std::system(("'" + program_.string() + "' '" + kQueue + "'" + more).c_str()) == 0;
   }
 
   const fs::path root_ = HostFolder::Path() / "elsewhere";
@@ -50,29 +47,46 @@ class HostPath : public CallTest {
 TEST_F(HostPath, ExtensionIsWhatStandsBehindTheLastDotOfTheWholePath) {
   MakeHost(root_ / "x.y" / "a.b", "app");
   EXPECT_FALSE(Succeeds()) << "there is no configuration";
-  host.Write("elsewhere/x.y/a.xml", "<PrinterExtension/>");
+  WriteBeside("../a.xml", "<PrinterExtension/>");
   EXPECT_TRUE(Succeeds());
 }
 
 TEST_F(HostPath, JoinedPathThatIsTooLong) {
-  const fs::path folder =
-      root_ / std::string(200, 'd') / std::string(200, 'd') / std::string(200, 'd') / std::string(200, 'd');
+  fs::path folder = root_;
+  for (int i = 0; i < 4; ++i) {
+    folder /= std::string(200, 'd');
+  }
   MakeHost(folder, "app.exe");
-  const auto run = [&](const std::string& content) {
-    host.Write((fs::relative(folder, HostFolder::Path()) / "app.xml").string(),
-               "<PrinterExtension>" + content + "</PrinterExtension>");
-    const bool succeeded = Succeeds();
-    return std::pair{succeeded, TakeTrace()};
-  };
-  EXPECT_TRUE(run("").first);
-
   const std::string name(255, 'n');
-  const auto [succeeded, lines] = run("<FILE_INFO64 xdm_dll='" + name + "'/>");
-  EXPECT_FALSE(succeeded);
-  const auto failed = std::ranges::find(lines, ErrorLine(206, "LoadLibrary-XDM DLL").front());
-  ASSERT_NE(failed, lines.end());
-  EXPECT_TRUE((failed - 1)->starts_with("XDM_DLL: [") && (failed - 1)->ends_with("\\" + name + "]"))
-      << *(failed - 1);
+  fs::copy(folder / "vexmoixodatamap.xml", folder / name);
+  for (const auto& [attribute, line] : {std::pair{"other", std::string(kLoadSucceeded)},
+                                        {"xdm_dll", ErrorLine(206, "LoadLibrary-XDM DLL").front()},
+                                        // The library takes it, the XML parser does not.
+                                        {"xdm_xml", ">>>>>Custom Bidi : Load Config XML fail!! ["}}) {
+    WriteBeside("app.xml", "<P><FILE_INFO64 " + std::string(attribute) + "='" + name + "'/></P>");
+    EXPECT_EQ(Succeeds(), line == kLoadSucceeded);
+    From(TakeTrace(), line);
+  }
+}
+
+TEST_F(HostPath, FallbackConfigurationIsLoadedFromAtMost1023Characters) {
+  const std::string name = "Vexmo.Quellix.V4.PrinterExtension.xml";
+  for (const bool is_loaded : {true, false}) {
+    fs::path folder = root_;
+    while (folder.native().size() < 760) {
+      folder /= std::string(100, 'd');
+    }
+    // Before it stands the drive, and between them two separators.
+    folder /= std::string((is_loaded ? 1019 : 1020) - name.size() - folder.native().size(), 'd');
+    MakeHost(folder, "app");
+    WriteBeside(name, "<PrinterExtension/>");
+    Succeeds(" password");
+    const Lines lines = TakeTrace();
+    EXPECT_EQ(std::ranges::count(lines, kTargetNotPresent), is_loaded);
+    EXPECT_EQ(
+        std::ranges::count_if(lines, [&](const auto& line) { return line.ends_with("\\" + name + "]"); }),
+        !is_loaded);
+  }
 }
 
 }  // namespace

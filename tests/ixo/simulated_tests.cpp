@@ -1,316 +1,307 @@
+// The simulated device libraries, as far as whole calls do not show them: which calls fail, what is told of a
+// file that is no good, and what becomes of objects and bytes that were handed out.
+
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstring>
-#include <set>
-#include <thread>
-#include <vector>
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
 
+#include "ixo/vault/vault.h"
 #include "src/deviceio/ixo_contract.h"
 #include "tests/ixo/simulated_fixture.h"
-
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/asan_interface.h>
-#endif
 
 namespace custom_bidi::simulated {
 namespace {
 
-constexpr HRESULT kElementNotFound = static_cast<HRESULT>(0x80070490);
+constexpr WCHAR kTarget[] = W("simulated_tests.target");
+constexpr WCHAR kUser[] = W("user");
 
-/// What a careless caller might pass.
-VARIANT Garbage() {
-  VARIANT variant;
-  std::memset(&variant, 0xCC, sizeof(variant));
-  return variant;
+/// As callers write it, with the name behind it: `folder//name`.
+WString TestPath(std::string_view name) {
+  const WString path = ExecutablePath();
+  return path.substr(0, path.find_last_of(W('\\'))) + W("//") + Wide(name);
 }
 
-WString TextOf(const VARIANT& variant) {
-  EXPECT_EQ(variant.vt, VT_BSTR);
-  return variant.bstrVal ? WString(variant.bstrVal, SysStringLen(variant.bstrVal)) : WString(W("(null)"));
-}
-
-TEST_F(SimulatedPrinter, KnowsItsAddresses) {
-  WritePrinter(R"({"addresses": {
-    "queues": {"Office": {"text": "192.0.2.10:9100", "active": true}, "B\u00fcro": {"text": "b"}},
-    "ports": {"IP_192.0.2.10": {"text": "one", "active": false}, "LPT1:": null, "*": {"text": "any"}},
-    "ip": {"192.0.2.10": {}},
-    "hosts": {"printer.example": {"text": "host"}}
-  }})");
-  const Device device;
-  const struct {
-    const char* name;
-    ixo::CreateAddressFunction* make;
-    const WCHAR* asked;
-    const WCHAR* text;  // null: no address
-    bool active;
-  } kCases[] = {
-      {"as listed", device.from_queue, W("Office"), W("192.0.2.10:9100"), true},
-      {"other case", device.from_queue, W("office"), nullptr, false},
-      {"not ASCII", device.from_queue, W("B\u00fcro"), W("b"), true},
-      {"not active", device.from_port, W("IP_192.0.2.10"), W("one"), false},
-      {"no device behind it", device.from_port, W("LPT1:"), nullptr, false},
-      {"any other", device.from_port, W("192.0.2.99"), W("any"), true},
-      {"text left out", device.from_ip, W("192.0.2.10"), W("192.0.2.10"), true},
-      {"of another kind", device.from_ip, W("Office"), nullptr, false},
-      {"host", device.from_host, W("printer.example"), W("host"), true},
-      {"no name", device.from_port, nullptr, nullptr, false},
-  };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    ixo::PrinterAddress* const address = test.make(test.asked);
-    ASSERT_EQ(address != nullptr, test.text != nullptr);
-    if (address) {
-      EXPECT_EQ(WString(address->GetAddressString()), test.text);
-      EXPECT_EQ(address->IsActive() != 0, test.active);
+/// A device library of the test's folder, loaded for as long as this lives.
+class DeviceLibrary {
+ public:
+  struct EntryPoint {
+    template <class Function>
+    operator Function*() const {  // NOLINT(google-explicit-constructor): the type is where it is put
+      return reinterpret_cast<Function*>(address);
     }
-  }
-}
-
-TEST_F(SimulatedPrinter, DeliversEachTypeOfValue) {
-  const struct {
-    const char* json;
-    VARTYPE type;
-    ULONGLONG payload;  // all 64 bits of it
-  } kCases[] = {
-      {R"({"type": "VT_EMPTY"})", VT_EMPTY, 0},
-      {R"({"type": "VT_NULL", "value": null})", VT_NULL, 0},
-      {R"({"type": "VT_I1", "value": -128})", VT_I1, 0x80},
-      {R"({"type": "VT_UI1", "value": 255})", VT_UI1, 0xFF},
-      {R"({"type": "VT_I2", "value": -2})", VT_I2, 0xFFFE},
-      {R"({"type": "VT_UI2", "value": 65535})", VT_UI2, 0xFFFF},
-      {R"({"type": "VT_I4", "value": -2147483648})", VT_I4, 0x80000000},
-      {R"({"type": "VT_UI4", "value": 4294967295})", VT_UI4, 0xFFFFFFFF},
-      {R"(-7)", VT_I4, 0xFFFFFFF9},
-      {R"({"type": "VT_BOOL", "value": true})", VT_BOOL, 0xFFFF},
-      {R"({"type": "VT_BOOL", "value": false})", VT_BOOL, 0},
-      {R"({"type": "VT_R8", "value": -0.5})", VT_R8, 0xBFE0000000000000},
-      {R"({"type": "VT_R8", "value": 1})", VT_R8, 0x3FF0000000000000},
-      {R"({"type": "VT_BSTR", "value": null})", VT_BSTR, 0},
+    void* address;
   };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(test.json);
-    WritePrinter(std::string(R"({"addresses": {"ip": {"*": {}}}, "items": {"It": )") + test.json +
-                 R"(}, "oids": {"1.3": )" + test.json + "}}");
-    const Device device;
-    VARIANT item = Garbage();
-    ASSERT_NE(device.Collection(), nullptr);
-    EXPECT_EQ(device.Collection()->GetValue(W("It"), &item, 1), S_OK);
-    EXPECT_EQ(item.vt, test.type);
-    EXPECT_EQ(static_cast<ULONGLONG>(item.llVal), test.payload);
-    VARIANT object = Garbage();
-    EXPECT_EQ(device.create_oid_provider(device.Address())->GetValue(W("1.3"), &object), S_OK);
-    EXPECT_EQ(object.vt, test.type);
-    EXPECT_EQ(static_cast<ULONGLONG>(object.llVal), test.payload);
+
+  explicit DeviceLibrary(std::string_view file) : module_(LoadLibraryW(TestPath(file).c_str())) {
+    EXPECT_NE(module_, nullptr) << file;
+  }
+  ~DeviceLibrary() { EXPECT_TRUE(FreeLibrary(module_)); }
+  DeviceLibrary(const DeviceLibrary&) = delete;
+  DeviceLibrary& operator=(const DeviceLibrary&) = delete;
+
+  EntryPoint operator[](const char* name) const {
+    return {reinterpret_cast<void*>(GetProcAddress(module_, name))};
+  }
+
+ private:
+  HMODULE module_;
+};
+
+/// What a call answers, or "raised N", or "threw".
+std::string InWords(const std::function<std::string()>& call) {
+  try {
+    return call();
+  } catch (DWORD code) {
+    return "raised " + std::to_string(code);
+  } catch (const std::runtime_error&) {
+    return "threw";
   }
 }
 
-TEST_F(SimulatedPrinter, DeliversTextAsUtf16) {
-  WritePrinter(
-      "\xEF\xBB\xBF"
-      R"({"addresses": {"ip": {"*": {}}}, "items": {
-                 "Short": "a,b",
-                 "Long": {"type": "VT_BSTR", "value": "\u00e9 \u20ac \ud83d\ude00"},
-                 "Bytes": ")"
-      "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"
-      R"(",
-                 "Nul": "a\u0000b", "Empty": ""}})");
-  const Device device;
-  ixo::DataCollection* const collection = device.Collection();
-  const auto text = [collection](const WCHAR* name) {
-    VARIANT value = Garbage();
-    EXPECT_EQ(collection->GetValue(name, &value, 1), S_OK);
-    return TextOf(value);
-  };
-  EXPECT_EQ(text(W("Short")), W("a,b"));
-  EXPECT_EQ(text(W("Long")), W("\u00e9 \u20ac \U0001F600"));
-  EXPECT_EQ(text(W("Bytes")), W("\u00e9 \u20ac \U0001F600"));
-  EXPECT_EQ(text(W("Nul")), WString(W("a\0b"), 3));
-  EXPECT_EQ(text(W("Empty")), W(""));
+/// What a call gave, behind its result in hexadecimal unless that is S_OK.
+std::string InWords(HRESULT result, const std::string& given) {
+  char code[16] = "";
+  if (result != S_OK) {
+    std::snprintf(code, sizeof(code), "%x", static_cast<unsigned>(result));
+  }
+  return code + std::string(result == S_OK || given.empty() ? "" : " + ") + given;
 }
 
-TEST_F(SimulatedPrinter, DoesNotKnowWhatIsNotListed) {
-  WritePrinter(R"({"addresses": {"ip": {"*": {}}}, "items": {"Name": "x"}, "oids": {"1.3.6": 1}})");
-  const Device device;
-  for (const WCHAR* name : {W("name"), W("Nam"), W("1.3.6"), W("")}) {
+std::string Shown(const VARIANT& value) {
+  return value.vt == VT_BSTR ? Narrow(value.bstrVal) : value.vt == VT_EMPTY ? "" : std::to_string(value.lVal);
+}
+
+DWORD Save(deviceio::VaultStoreProvider* vault, std::string_view bytes) {
+  return vault->SaveTarget(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
+}
+
+std::string Load(deviceio::VaultStoreProvider* vault) {
+  BYTE stale = 0;
+  BYTE* bytes = &stale;
+  DWORD length = 99;
+  const HRESULT result = vault->GetCertFromVault(&bytes, &length);
+  if (bytes == nullptr) {
+    EXPECT_EQ(length, 0u);
+    return InWords(result, FAILED(result) ? "" : "null");
+  }
+  return InWords(result, std::string(reinterpret_cast<const char*>(bytes), length));
+}
+
+/// The three libraries, for one load.
+struct Device {
+  DeviceLibrary io{"vexmoixo.dll"};
+  DeviceLibrary data_map{"vexmoixodm.dll"};
+  DeviceLibrary security{"vexmobixocert.dll"};
+  deviceio::CreateAddressFunction* from_queue = io[deviceio::kCreateAddressFromQueueName];
+  deviceio::CreateAddressFunction* from_port = io[deviceio::kCreateAddressFromPortName];
+  deviceio::CreateAddressFunction* from_ip = io[deviceio::kCreateAddressFromIpAddress];
+  deviceio::CreateAddressFunction* from_host = io[deviceio::kCreateAddressFromHostName];
+  deviceio::CreateDataCollectionFromFileFunction* create_collection =
+      data_map[deviceio::kCreateDataCollectionFromFile];
+  deviceio::CreateOidProviderFunction* create_oids = data_map[deviceio::kCreateOidProvider];
+  deviceio::GetDeviceLocaleStringsFunction* get_strings = data_map[deviceio::kGetDeviceLocaleStrings];
+  deviceio::DisposeStringBufferFunction* dispose_strings = data_map[deviceio::kDisposeStringBuffer];
+  deviceio::CreateVaultStoreProviderFunction* create_vault = security[deviceio::kCreateVaultStoreProvider];
+  deviceio::DisposeVaultStoreProviderFunction* dispose_vault = security[deviceio::kDisposeVaultStoreProvider];
+  deviceio::CreateCertificateProviderFunction* create_certificate =
+      security[deviceio::kCreateCertificateProvider];
+  deviceio::DisposeCertificateProviderFunction* dispose_certificate =
+      security[deviceio::kDisposeCertificateProvider];
+
+  deviceio::PrinterAddress* Address() const { return from_ip(W("192.0.2.10")); }
+  deviceio::CertificateProvider* Certificate() const { return create_certificate(Address(), 0); }
+  deviceio::VaultStoreProvider* Vault() const {
+    deviceio::VaultStoreProvider* const vault = create_vault();
+    EXPECT_EQ(vault->SetTargetName(kTarget), S_OK);
+    EXPECT_EQ(vault->SetUserName(kUser), S_OK);
+    return vault;
+  }
+  std::string Item(const WCHAR* name) const {
+    deviceio::DataCollection* collection = nullptr;
+    create_collection(Address(), TestPath("vexmoixodatamap.xml").c_str(), &collection, 0);
     VARIANT value{};
-    EXPECT_EQ(device.Collection()->GetValue(name, &value, 1), kElementNotFound);
-    EXPECT_EQ(value.vt, VT_EMPTY);
+    const HRESULT result = collection->GetValue(name, &value, 1);
+    return InWords(result, Shown(value));
   }
-  for (const WCHAR* oid : {W(".1.3.6"), W("1.3.6.1"), W("Name")}) {
-    VARIANT value{};
-    EXPECT_EQ(device.create_oid_provider(device.Address())->GetValue(oid, &value), kElementNotFound);
-    EXPECT_EQ(value.vt, VT_EMPTY);
-  }
-}
-
-TEST_F(SimulatedPrinter, HandsOutLocaleStrings) {
-  const auto strings = [](const Device& device, const WCHAR* language) {
+  std::string Strings(deviceio::PrinterAddress* address, const WCHAR* language) const {
     WCHAR* buffer = nullptr;
     ULONGLONG length = 0;
-    if (const LONG result = device.get_locale_strings(device.Address(), language, &buffer, &length)) {
-      EXPECT_EQ(buffer, nullptr);
-      device.dispose_string_buffer(buffer, length);
-      return WString(W("result ")) + static_cast<WCHAR>(W('0') + result);
-    }
-    EXPECT_EQ(length, std::char_traits<WCHAR>::length(buffer));
-    const WString text = buffer;
-    device.dispose_string_buffer(buffer, length);
-    return text;
+    const LONG result = get_strings(address, language, &buffer, &length);
+    const std::string text = buffer != nullptr ? Narrow({buffer, length}) : "";
+    dispose_strings(buffer, length);
+    return InWords(result, text);
+  }
+};
+
+/// Starts and ends without a printer.json, so with the default printer, and without an entry in the vault.
+class SimulatedPrinter : public testing::Test {
+ protected:
+  SimulatedPrinter() { Clean(); }
+  ~SimulatedPrinter() override { Clean(); }
+
+  static void WritePrinter(std::string_view json) { WriteTestFile("printer.json", json); }
+
+ private:
+  static void Clean() {
+    std::filesystem::remove_all(TestFolder() / "printer.json");
+    vault::Delete(kTarget, kUser);
+  }
+};
+
+TEST_F(SimulatedPrinter, FailsForTheNamesAndCallsItIsFor) {
+  WritePrinter(R"({"addresses": {"queues": {"*": {}}, "ports": {"*": {}}, "ip": {"*": {}}},
+    "items": {"It": "text", "Other": 7}, "locale": {"en": "e", "de": "d"},
+    "faults": {
+    "DataCollection.GetValue": [{"raise": 5, "only": "It"}, {"hresult": 7, "call": 3}, {"null": true, "call": 3}],
+    "GetDeviceLocaleStrings": {"throw": true, "only": "de"},
+    "PrinterAddress.IsActive": {"null": true, "only": "q"},
+    "VaultStoreProvider.SetUserName": {"raise": 6, "only": "nobody"},
+    "VaultStoreProvider.SaveTarget": [{"hresult": 5, "call": 1}, {"hresult": 5, "deliver": true}],
+    "VaultStoreProvider.GetCertFromVault": [{"hresult": -2147467259, "deliver": true, "call": 1}, {"hresult": 1}],
+    "VaultStoreProvider.IsTargetPresent": {"hresult": 9, "only": "elsewhere"}}})");
+  const Device device;
+  deviceio::VaultStoreProvider* const vault = device.Vault();
+  const auto present = [&] { return std::to_string(vault->IsTargetPresent()); };
+  const auto save = [&] { return std::to_string(Save(vault, "new")); };
+  const std::pair<std::function<std::string()>, std::string> kCalls[] = {
+      {[&] { return device.Item(W("Other")); }, "7"},
+      {[&] { return device.Item(W("It")); }, "raised 5"},
+      {[&] { return device.Item(W("Other")); }, "7 + 7"},
+      {[&] { return device.Item(W("Other")); }, "7"},
+      {[&] { return device.Strings(device.Address(), W("en")); }, "e"},
+      {[&] { return device.Strings(device.Address(), W("de")); }, "threw"},
+      {[&] { return std::to_string(device.from_port(W("p"))->IsActive()); }, "1"},
+      {[&] { return std::to_string(device.from_queue(W("q"))->IsActive()); }, "0"},
+      {save, "5"},
+      {present, "0"},
+      {save, "5"},
+      {present, "1"},
+      {[&] { return Load(vault); }, "80004005 + new"},
+      {[&] { return Load(vault); }, "1 + new"},
+      {[&] { return InWords(vault->SetTargetName(W("elsewhere")), "set"); }, "set"},
+      {present, "9"},
+      {[&] { return InWords(vault->SetUserName(W("nobody")), "set"); }, "raised 6"},
+      {[&] { return Load(vault); }, "80070057"},
   };
-  WritePrinter(R"({"addresses": {"ip": {"*": {}}},
-                   "locale": {"en": "\"k\" = \"v\";\r\n", "de": ["\"k\" = \"w\u00fc\";", "x"], "fr": []}})");
-  {
-    const Device device;
-    EXPECT_EQ(strings(device, W("en")), W("\"k\" = \"v\";\r\n"));
-    EXPECT_EQ(strings(device, W("de")), W("\"k\" = \"w\u00fc\";\r\nx\r\n"));
-    EXPECT_EQ(strings(device, W("fr")), W(""));
-    EXPECT_EQ(strings(device, W("EN")), W("result 1"));
-    EXPECT_EQ(strings(device, W("")), W("result 1"));
+  for (size_t i = 0; const auto& [call, outcome] : kCalls) {
+    EXPECT_EQ(InWords(call), outcome) << "call " << i++;
   }
-  WritePrinter(R"({"addresses": {"ip": {"*": {}}}, "locale": {"en": "english", "*": "other"}})");
-  const Device device;
-  EXPECT_EQ(strings(device, W("en")), W("english"));
-  EXPECT_EQ(strings(device, W("zu")), W("other"));
+  EXPECT_EQ(Device().Item(W("Other")), "7") << "each load counts from one";
 }
 
-TEST_F(SimulatedPrinter, TakesEachStringBufferBackOnItsOwn) {
-  const Device device;
-  WCHAR* first = nullptr;
-  WCHAR* second = nullptr;
-  ULONGLONG length = 0;
-  ASSERT_EQ(device.get_locale_strings(device.Address(), W("en"), &first, &length), 0);
-  ASSERT_EQ(device.get_locale_strings(device.Address(), W("en"), &second, &length), 0);
-  ASSERT_NE(first, second);
-  device.dispose_string_buffer(first, length);
-#ifdef __SANITIZE_ADDRESS__
-  EXPECT_TRUE(__asan_address_is_poisoned(first)) << "freed at once, not when the library goes";
-#endif
-  EXPECT_EQ(std::char_traits<WCHAR>::length(second), length);
-  WCHAR foreign[] = W("not its own");
-  device.dispose_string_buffer(foreign, 0);
-  // The second is the library's to free.
-}
-
-TEST_F(SimulatedPrinter, NeedsItsDataMap) {
-  const Device device;
-  ixo::PrinterAddress* const address = device.Address();
-  ixo::DataCollection* collection = nullptr;
-  EXPECT_EQ(device.create_collection(address, TestPath("vexmoixodatamap.xml").c_str(), &collection, 0), S_OK);
-  EXPECT_NE(collection, nullptr);
-  EXPECT_EQ(device.create_collection(address, TestPath("no such map.xml").c_str(), &collection, 0),
-            static_cast<HRESULT>(0x80070002));
-  EXPECT_EQ(collection, nullptr);
-  EXPECT_LT(device.create_collection(address, TestPath("").c_str(), &collection, 0), 0);
-  EXPECT_LT(device.create_collection(nullptr, TestPath("vexmoixodatamap.xml").c_str(), &collection, 0), 0);
-}
-
-// Callers know the objects by nothing but the positions of their operations.
-TEST_F(SimulatedPrinter, HasItsOperationsAtTheirPositions) {
-  WritePrinter(R"({"addresses": {"ip": {"*": {"text": "here"}}}, "items": {"It": 41}, "oids": {"1.3": 42}})");
-  const Device device;
-  ixo::PrinterAddress* const address = device.Address();
-  EXPECT_EQ(CallPosition<LONG>(address, 0), 1);
-  EXPECT_EQ(WString(CallPosition<const WCHAR*>(address, 1)), W("here"));
-  VARIANT value{};
-  EXPECT_EQ((CallPosition<HRESULT, const WCHAR*, VARIANT*, LONG>(device.Collection(), 5, W("It"), &value, 1)),
-            S_OK);
-  EXPECT_EQ(value.lVal, 41);
-  EXPECT_EQ((CallPosition<HRESULT, const WCHAR*, VARIANT*>(device.create_oid_provider(address), 5, W("1.3"),
-                                                           &value)),
-            S_OK);
-  EXPECT_EQ(value.lVal, 42);
-}
-
-TEST_F(SimulatedPrinter, ReadsItsFileOncePerLoad) {
-  const auto text = [](const Device& device) { return WString(device.Address()->GetAddressString()); };
-  WritePrinter(R"({"addresses": {"ip": {"*": {"text": "first"}}}})");
-  {
-    const Device device;
-    EXPECT_EQ(text(device), W("first"));
-    WritePrinter(R"({"addresses": {"ip": {"*": {"text": "second"}}}})");
-    EXPECT_EQ(text(device), W("first"));
-  }
-  {
-    const Device device;
-    EXPECT_EQ(text(device), W("second"));
-    RemovePrinter();
-  }
-  const Device device;
-  EXPECT_EQ(text(device), W("192.0.2.10"));
-}
-
-TEST_F(SimulatedPrinter, ServesManyThreadsAtOnce) {
-  const Device device;
-  std::atomic<int> ready = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      ++ready;
-      while (ready < 8) {
-        std::this_thread::yield();
+TEST_F(SimulatedPrinter, FailsEverywhereWhenItsFileIsNoGood) {
+  deviceio::PrinterAddress* const address = Device().Address();
+  WritePrinter("{");
+  for (const std::string words :
+       {"[json.exception.parse_error.101] parse error at line 1", "the file cannot"}) {
+    testing::internal::CaptureStderr();
+    {
+      const Device device;
+      for (const auto& make : {device.from_queue, device.from_port, device.from_ip, device.from_host}) {
+        EXPECT_EQ(make(W("x")), nullptr);
       }
-      for (int round = 0; round < 50; ++round) {
-        ixo::PrinterAddress* const address = device.from_port(W("192.0.2.10"));
-        ASSERT_NE(address, nullptr);
-        EXPECT_EQ(WString(address->GetAddressString()), W("192.0.2.10"));
-        VARIANT value{};
-        EXPECT_EQ(device.Collection()->GetValue(W("SerialNumber"), &value, 1), S_OK);
-        EXPECT_EQ(TextOf(value), W("VXQ7C2140387"));
-        EXPECT_EQ(device.create_oid_provider(address)->GetValue(W("1.3.6.1.2.1.25.3.5.1.1.1"), &value), S_OK);
-        WCHAR* buffer = nullptr;
-        ULONGLONG length = 0;
-        EXPECT_EQ(device.get_locale_strings(address, W("de"), &buffer, &length), 0);
-        device.dispose_string_buffer(buffer, length);
-      }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-}
-
-// Entry points are looked up by name, in files that are looked up by name.
-TEST_F(SimulatedPrinter, ExportsExactlyItsEntryPoints) {
-  const std::set<std::string> kIo = {ixo::kCreateAddressFromQueueName, ixo::kCreateAddressFromPortName,
-                                     ixo::kCreateAddressFromIpAddress, ixo::kCreateAddressFromHostName};
-  const std::set<std::string> kDataMap = {ixo::kCreateDataCollectionFromFile, ixo::kCreateOidProvider,
-                                          ixo::kGetDeviceLocaleStrings, ixo::kDisposeStringBuffer};
-  const std::set<std::string> kCertificate = {ixo::kCreateVaultStoreProvider, ixo::kDisposeVaultStoreProvider,
-                                              ixo::kCreateCertificateProvider,
-                                              ixo::kDisposeCertificateProvider};
-  std::set<std::string> map_without_dispose = kDataMap;
-  map_without_dispose.erase(ixo::kDisposeStringBuffer);
-  const struct {
-    const char* file;
-    std::set<std::string> exported;
-  } kCases[] = {
-      {"vexmoixo.dll", kIo},
-      {"vexmobixo32.dll", kIo},
-      {"vexmobixo64.dll", kIo},
-      {"vexmoixodm.dll", kDataMap},
-      {"vexmobixodm32.dll", kDataMap},
-      {"vexmobixodm64.dll", kDataMap},
-      {"vexmobixocert.dll", kCertificate},
-      {"vexmobixocert32.dll", kCertificate},
-      {"vexmobixocert64.dll", kCertificate},
-      {"vexmoixo-bare.dll", {}},
-      {"vexmoixodm-bare.dll", {}},
-      {"vexmobixocert-bare.dll", {}},
-      {"vexmoixodm-nodispose.dll", map_without_dispose},
-      {"vexmobixocert-nodispose.dll", {ixo::kCreateVaultStoreProvider, ixo::kCreateCertificateProvider}}};
-  for (const auto& test : kCases) {
-    const DeviceLibrary library(test.file);
-    if (!library.IsLoaded()) {
-      continue;
+      deviceio::DataCollection* collection = nullptr;
+      EXPECT_EQ(device.create_collection(address, W("x"), &collection, 0), E_FAIL);
+      EXPECT_EQ(device.create_oids(address), nullptr);
+      EXPECT_EQ(device.Strings(address, W("en")), "80004005");
+      EXPECT_EQ(device.create_certificate(nullptr, 1), nullptr);
+      EXPECT_EQ(device.create_vault(), nullptr);
+      device.dispose_certificate(nullptr);
+      device.dispose_vault(nullptr);
     }
-    for (const std::set<std::string>& names : {kIo, kDataMap, kCertificate}) {
-      for (const std::string& name : names) {
-        EXPECT_EQ(library.Find<void()>(name.c_str()) != nullptr, test.exported.contains(name))
-            << test.file << " " << name;
-      }
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_NE(told.find("printer.json: " + words), std::string::npos) << told;
+    EXPECT_EQ(std::ranges::count(told, '\n'), 3) << "once for each library: " << told;
+    std::filesystem::remove(TestFolder() / "printer.json");
+    std::filesystem::create_directory(TestFolder() / "printer.json");
+  }
+}
+
+TEST_F(SimulatedPrinter, RemembersItsLastFailure) {
+  const Device device;
+  WCHAR uuid[37];
+  DWORD length = 99;
+  deviceio::CertificateProvider* const provider = device.create_certificate(nullptr, 0);
+  EXPECT_EQ(provider->GetLastErrorCode(), 0u);
+  EXPECT_EQ(provider->GetDeviceUUID(uuid, 37, &length), static_cast<HRESULT>(0x80070490));
+  EXPECT_EQ(provider->GetLastErrorCode(), 1168u);
+  EXPECT_EQ(device.Certificate()->GetDeviceUUID(uuid, 36, &length), static_cast<HRESULT>(0x8007007A));
+  EXPECT_EQ(device.Certificate()->GetDeviceUUID(uuid, 37, &length), S_OK);
+  EXPECT_EQ(std::to_string(length) + Narrow(uuid), "366f0d6a52-7c1e-4b1a-9a64-02005e10000a");
+  const BYTE broken[] = {0x30};
+  LONG valid = 99;
+  EXPECT_LT(provider->CheckCertificateDate(broken, 1, &valid), 0);
+  EXPECT_EQ(valid, 0);
+  EXPECT_GE(provider->GetLastErrorCode(), 0x80000000) << "the result itself, which holds no code";
+}
+
+TEST_F(SimulatedPrinter, KeepsWhatItHandedOutOfTheVault) {
+  const std::string password("p\0w\0\xFF", 5);
+  EXPECT_EQ(Save(Device().Vault(), password), 0u);
+  const Device device;
+  deviceio::VaultStoreProvider* const vault = device.Vault();
+  BYTE* bytes = nullptr;
+  DWORD length = 0;
+  ASSERT_EQ(vault->GetCertFromVault(&bytes, &length), S_OK);
+  EXPECT_EQ(Save(vault, ""), 0u);
+  EXPECT_EQ(Load(device.Vault()), "null") << "an entry, and nothing in it";
+  EXPECT_EQ(vault->DeleteTarget(), 0u);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes), length), password);
+  EXPECT_EQ(Load(vault), "80070490");
+  EXPECT_EQ(vault->DeleteTarget(), DWORD{ERROR_NOT_FOUND});
+  EXPECT_EQ(Save(vault, std::string(vault::kMaxEntryBytes + 1, 'x')), vault::kTooLarge);
+}
+
+TEST_F(SimulatedPrinter, ActsOnNothingUntilBothNamesAreTaken) {
+  const Device device;
+  EXPECT_EQ(Save(device.Vault(), "safe"), 0u);
+  const WString too_long(vault::kMaxTargetChars + 1, W('t'));
+  for (const WCHAR* const name : {static_cast<const WCHAR*>(nullptr), W(""), too_long.c_str()}) {
+    for (const bool is_user : {false, true}) {
+      deviceio::VaultStoreProvider* const vault = device.Vault();
+      EXPECT_EQ(is_user ? vault->SetUserName(name) : vault->SetTargetName(name), E_INVALIDARG);
+      EXPECT_EQ(vault->IsTargetPresent(), 0);
+      EXPECT_EQ(Load(vault), "80070057");
+      EXPECT_EQ(Save(vault, "new"), DWORD{ERROR_INVALID_PARAMETER});
+      EXPECT_EQ(vault->DeleteTarget(), DWORD{ERROR_INVALID_PARAMETER});
     }
   }
+  EXPECT_EQ(Load(device.Vault()), "safe");
+}
+
+// Whoever counts on it that every object comes back reads it here.
+TEST_F(SimulatedPrinter, NotesEveryCallOfItsCertificateLibrary) {
+  WritePrinter(R"({"log": "calls.log", "faults": {
+    "CreateVaultStoreProvider": {"raise": 14, "call": 2},
+    "CreateCertificateProvider": {"null": true, "call": 2},
+    "DisposeVaultStoreProvider": {"throw": true, "call": 1}}})");
+  WriteTestFile("calls.log", "before\n");
+  {
+    const Device device;
+    deviceio::VaultStoreProvider* const vault = device.create_vault();
+    vault->SetUserName(kUser);
+    EXPECT_THROW(device.create_vault(), DWORD);
+    deviceio::CertificateProvider* const certificate = device.create_certificate(nullptr, 1);
+    EXPECT_EQ(device.create_certificate(nullptr, 1), nullptr);
+    certificate->GetLastErrorCode();
+    device.dispose_certificate(certificate);
+    device.dispose_certificate(certificate);
+    EXPECT_THROW(device.dispose_vault(vault), std::runtime_error);
+    device.dispose_vault(nullptr);
+    device.dispose_vault(vault);
+  }
+  Device().create_vault();  // Goes with the library.
+  EXPECT_EQ(ReadTestFile("calls.log"),
+            "before\nload\nCreateVaultStoreProvider vault-1\nVaultStoreProvider.SetUserName vault-1\n"
+            "CreateVaultStoreProvider none\nCreateCertificateProvider certificate-1\n"
+            "CreateCertificateProvider none\nCertificateProvider.GetLastErrorCode certificate-1\n"
+            "DisposeCertificateProviderPtr certificate-1\nDisposeCertificateProviderPtr unknown\n"
+            "DisposeVaultStoreProvider vault-1\nDisposeVaultStoreProvider none\n"
+            "DisposeVaultStoreProvider vault-1\nload\nCreateVaultStoreProvider vault-1\n");
+  std::filesystem::remove(TestFolder() / "calls.log");
 }
 
 }  // namespace

@@ -7,11 +7,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <functional>
-#include <sstream>
+#include <random>
+#include <ranges>
+#include <thread>
 
+#include "base/files.h"
 #include "tests/ixo/vault_fixture.h"
 
 namespace custom_bidi::vault {
@@ -24,9 +31,7 @@ constexpr WCHAR kUser[] = W("user");
 
 std::string Read(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
-  std::stringstream content;
-  content << file.rdbuf();
-  return content.str();
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void Write(const fs::path& path, const std::string& content) {
@@ -35,304 +40,358 @@ void Write(const fs::path& path, const std::string& content) {
   ASSERT_TRUE(file.flush());
 }
 
-/// With one entry in the vault.
-class VaultFile : public VaultTest {
- protected:
-  VaultFile() { EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u); }
-
-  fs::path Folder() const { return Home() / "vault"; }
-  fs::path File() const { return Folder() / "vault"; }
-  fs::path Key() const { return Folder() / "key"; }
-
-  static mode_t ModeOf(const fs::path& path) {
-    struct stat status {};
-    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
-    return status.st_mode & 07777;
-  }
-
-  void ExpectEveryCallToFailWith(DWORD code) {
-    const std::string words = "code " + std::to_string(code);
-    EXPECT_EQ(Load(kTarget, kUser), words);
-    EXPECT_EQ(Present(kTarget, kUser), words);
-    EXPECT_EQ(Delete(kTarget, kUser), code);
-    EXPECT_EQ(Save(kTarget, kUser, "other"), code);
-  }
-};
-
-TEST_F(VaultFile, IsTheUsersAloneWhateverTheUmask) {
-  for (const mode_t umask_now : {mode_t{0}, mode_t{077}}) {
-    fs::remove_all(Home());
-    const mode_t before = umask(umask_now);
-    EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u);
-    umask(before);
-    EXPECT_EQ(ModeOf(Folder()), 0700u);
-    for (const char* name : {"key", "vault", "lock"}) {
-      EXPECT_EQ(ModeOf(Folder() / name), 0600u) << name;
-    }
-    EXPECT_FALSE(fs::exists(Folder() / "new"));
-  }
-}
-
-// Wine keeps credentials under registry keys, whose names end at 255.
-TEST_F(VaultFile, TakesTheLongestNames) {
-  const WString target(kMaxTargetChars, W('T'));
-  const WString user(kMaxUserChars, W('%'));
-  EXPECT_EQ(Save(target, user, "long"), 0u);
-  EXPECT_EQ(Load(target, user), "long");
-}
-
-TEST_F(VaultFile, IsNotMadeByAsking) {
-  fs::remove_all(Home());
-  EXPECT_EQ(Load(kTarget, kUser), "code 1168");
-  EXPECT_EQ(Present(kTarget, kUser), "no");
-  EXPECT_EQ(Delete(kTarget, kUser), DWORD{ERROR_NOT_FOUND});
-  EXPECT_FALSE(fs::exists(Home()));
-}
-
-TEST_F(VaultFile, IsRefusedWhenOthersHaveAHandInIt) {
-  const fs::path aside = Home() / "aside";
-  const auto linked = [&aside](const fs::path& path) {
-    fs::rename(path, aside);
-    fs::create_symlink(aside, path);
-  };
-  const auto unlinked = [&aside](const fs::path& path) {
-    fs::remove(path);
-    fs::rename(aside, path);
-  };
-  const auto mode = [](const fs::path& path, mode_t bits) {
-    return [=] { EXPECT_EQ(chmod(path.c_str(), bits), 0); };
-  };
-  const auto replaced = [&aside](const fs::path& path, const std::function<void()>& make) {
-    return [=] {
-      fs::rename(path, aside);
-      make();
-    };
-  };
-  const struct {
-    const char* name;
-    std::function<void()> spoil;
-    std::function<void()> mend;
-  } kCases[] = {
-      {"folder read by the group", mode(Folder(), 0740), mode(Folder(), 0700)},
-      {"folder entered by all", mode(Folder(), 0701), mode(Folder(), 0700)},
-      {"vault read by the group", mode(File(), 0640), mode(File(), 0600)},
-      {"vault written by all", mode(File(), 0602), mode(File(), 0600)},
-      {"key read by all", mode(Key(), 0604), mode(Key(), 0600)},
-      {"folder linked", [&] { linked(Folder()); }, [&] { unlinked(Folder()); }},
-      {"vault linked", [&] { linked(File()); }, [&] { unlinked(File()); }},
-      {"key linked", [&] { linked(Key()); }, [&] { unlinked(Key()); }},
-      {"vault linked to nothing", replaced(File(), [&] { fs::create_symlink("nothing", File()); }),
-       [&] { unlinked(File()); }},
-      {"vault is a folder", replaced(File(), [&] { fs::create_directory(File()); }),
-       [&] { unlinked(File()); }},
-      {"key is a pipe", replaced(Key(), [&] { mkfifo(Key().c_str(), 0600); }), [&] { unlinked(Key()); }},
-      {"folder is a file", replaced(Folder(), [&] { Write(Folder(), ""); }), [&] { unlinked(Folder()); }},
-  };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    test.spoil();
-    ExpectEveryCallToFailWith(ERROR_ACCESS_DENIED);
-    test.mend();
-    EXPECT_EQ(Load(kTarget, kUser), "secret");
-  }
-}
-
-TEST_F(VaultFile, IsRefusedWhenItBelongsToSomebodyElse) {
-  if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can give a file away";
-  }
-  constexpr uid_t kSomebody = 65534;
-  for (const fs::path& path : {Folder(), File(), Key()}) {
-    SCOPED_TRACE(path);
-    ASSERT_EQ(chown(path.c_str(), kSomebody, 0), 0);
-    ExpectEveryCallToFailWith(ERROR_ACCESS_DENIED);
-    ASSERT_EQ(chown(path.c_str(), 0, 0), 0);
-    EXPECT_EQ(Load(kTarget, kUser), "secret");
-  }
-}
-
-TEST_F(VaultFile, IsNotChangedWithoutItsLock) {
-  const fs::path lock = Folder() / "lock";
-  fs::remove(lock);
-  fs::create_symlink(Home() / "elsewhere", lock);
-  EXPECT_EQ(Save(kTarget, kUser, "other"), DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(Delete(kTarget, kUser), DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(Load(kTarget, kUser), "secret");
-  EXPECT_FALSE(fs::exists(Home() / "elsewhere"));
-}
-
-TEST_F(VaultFile, ShowsEveryDamage) {
-  const std::string whole = Read(File());
-  ASSERT_LT(whole.size(), 200u);
-  const auto expect_invalid = [&](const std::string& content) {
-    Write(File(), content);
-    EXPECT_EQ(Load(kTarget, kUser), "code 13");
-    EXPECT_EQ(Present(kTarget, kUser), "code 13");
-  };
-  for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
-    SCOPED_TRACE(testing::Message() << "bit " << bit);
-    std::string flipped = whole;
-    flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
-    expect_invalid(flipped);
-  }
-  for (size_t length = 0; length < whole.size(); ++length) {
-    SCOPED_TRACE(testing::Message() << "length " << length);
-    expect_invalid(whole.substr(0, length));
-  }
-  expect_invalid(whole + '\0');
-  expect_invalid(whole + whole);
-  expect_invalid(std::string(size_t{2} * 1024 * 1024, 'x'));
-
-  const std::string damaged = whole.substr(0, whole.size() - 1);
-  Write(File(), damaged);
-  ExpectEveryCallToFailWith(ERROR_INVALID_DATA);
-  EXPECT_EQ(Read(File()), damaged) << "nothing is written over what cannot be read";
-  Write(File(), whole);
-  EXPECT_EQ(Load(kTarget, kUser), "secret");
-}
-
-TEST_F(VaultFile, NeedsTheKeyItWasMadeWith) {
-  const std::string key = Read(Key());
-  ASSERT_EQ(key.size(), 32u);
-  std::string other = key;
-  other[31] = static_cast<char>(other[31] ^ 1);
-  for (const std::string& wrong : {other, std::string(), key.substr(1), key + "x"}) {
-    SCOPED_TRACE(wrong.size());
-    Write(Key(), wrong);
-    ExpectEveryCallToFailWith(ERROR_INVALID_DATA);
-    EXPECT_EQ(Read(Key()), wrong);
-  }
-  fs::remove(Key());
-  ExpectEveryCallToFailWith(kKeyMissing);
-  EXPECT_FALSE(fs::exists(Key())) << "a new key would make the vault unreadable for good";
-  Write(Key(), key);
-  ASSERT_EQ(chmod(Key().c_str(), 0600), 0);
-  EXPECT_EQ(Load(kTarget, kUser), "secret");
-}
-
-TEST_F(VaultFile, IsEmptyWithoutItsFileAndKeepsItsKey) {
-  const std::string key = Read(Key());
-  fs::remove(File());
-  EXPECT_EQ(Load(kTarget, kUser), "code 1168");
-  EXPECT_EQ(Save(kTarget, kUser, "again"), 0u);
-  EXPECT_EQ(Load(kTarget, kUser), "again");
-  EXPECT_EQ(Read(Key()), key);
-}
-
-TEST_F(VaultFile, HasAKeyOfItsOwnInEveryHome) {
-  const std::string key = Read(Key());
-  fs::remove_all(Home());
-  EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u);
-  EXPECT_NE(Read(Key()), key);
-}
-
-TEST_F(VaultFile, GivesNothingAway) {
-  const std::string kSecret = "a secret that is easily found again";
-  EXPECT_EQ(Save(W("telltale-target"), W("telltale-user"), kSecret), 0u);
-  const std::string first = Read(File());
-  EXPECT_EQ(Save(W("telltale-target"), W("telltale-user"), kSecret), 0u);
-  const std::string second = Read(File());
-  for (const std::string& content : {first, second}) {
-    for (const std::string& part :
-         {std::string("secret"), std::string("telltale"), std::string("t\0e\0l\0l", 7), std::string("target"),
-          std::string("user")}) {
-      EXPECT_EQ(content.find(part), std::string::npos) << part;
-    }
-  }
-  ASSERT_EQ(first.size(), second.size());
-  int alike = 0;
-  for (size_t i = 8; i < first.size(); ++i) {
-    alike += first[i] == second[i] ? 1 : 0;
-  }
-  EXPECT_LT(alike, 12) << "encrypted anew with each write: of " << first.size() << " bytes";
-}
-
-TEST_F(VaultFile, IsNotTakenInByWhatAKilledWriterLeft) {
-  const fs::path elsewhere = Home() / "elsewhere";
-  Write(elsewhere, "not to be touched");
-  fs::create_symlink(elsewhere, Folder() / "new");
-  EXPECT_EQ(Save(kTarget, kUser, "newer"), 0u);
-  Write(Folder() / "new", "half a vau");
-  EXPECT_EQ(Load(kTarget, kUser), "newer");
-  EXPECT_EQ(Save(kTarget, kUser, "newest"), 0u);
-  EXPECT_EQ(Load(kTarget, kUser), "newest");
-  EXPECT_EQ(Read(elsewhere), "not to be touched");
-  EXPECT_FALSE(fs::exists(Folder() / "new"));
-}
-
-TEST_F(VaultFile, HasAnEnd) {
-  const std::string large(kMaxEntryBytes, 'M');
-  const auto user = [](int i) { return WString(static_cast<size_t>(i) + 1, W('u')); };
-  int kept = 0;
-  while (kept < 100 && Save(kTarget, user(kept), large) == 0) {
-    ++kept;
-  }
-  EXPECT_EQ(kept, 7) << "with their names, 8 are more than 1 MiB";
-  EXPECT_EQ(Save(kTarget, user(kept), large), kTooLarge);
-  EXPECT_EQ(Load(kTarget, kUser), "secret");
-  EXPECT_EQ(Load(kTarget, user(kept - 1)), large);
-}
-
 /// Runs `body` in a process of its own, which ends with the code that it returns.
-int InChild(const std::function<int()>& body) {
+pid_t Start(const std::function<DWORD()>& body) {
   const pid_t child = fork();
   if (child == 0) {
-    _exit(body());
+    _exit(static_cast<int>(body()));
   }
+  return child;
+}
+
+int ExitCode(pid_t child) {
   int status = 0;
   EXPECT_EQ(waitpid(child, &status, 0), child);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(VaultFile, OutlivesAFullDisk) {
-  const int code = InChild([] {
+/// With one entry in the vault.
+class VaultFile : public VaultTest {
+ protected:
+  VaultFile() { EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u); }
+
+  void ExpectEveryCallToFailWith(DWORD code) {
+    EXPECT_EQ(Load(kTarget, kUser), InWords(code));
+    EXPECT_EQ(Present(kTarget, kUser), InWords(code));
+    EXPECT_EQ(Delete(kTarget, kUser), code);
+    EXPECT_EQ(Save(kTarget, kUser, "other"), code);
+  }
+
+  const fs::path folder_ = home_ / "vault";
+  const fs::path file_ = folder_ / "vault";
+  const fs::path key_ = folder_ / "key";
+};
+
+TEST_F(VaultFile, IsTheUsersAloneWhateverTheUmask) {
+  for (const mode_t mask : {mode_t{0}, mode_t{077}}) {
+    fs::remove_all(home_);
+    const mode_t before = umask(mask);
+    EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u);
+    umask(before);
+    EXPECT_EQ(fs::status(folder_).permissions(), fs::perms{0700});
+    for (const char* name : {"key", "vault", "lock"}) {
+      EXPECT_EQ(fs::status(folder_ / name).permissions(), fs::perms{0600}) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder_ / "new"));
+  }
+}
+
+TEST_F(VaultFile, IsNotMadeByAskingAndTakesTheLongestNames) {
+  fs::remove_all(home_);
+  // Of these Wine keeps none: its credentials are registry keys, whose names end at 255.
+  const WString target(kMaxTargetChars, W('T'));
+  const WString user(kMaxUserChars, W('%'));
+  EXPECT_EQ(Load(target, user), "code 1168");
+  EXPECT_EQ(Present(target, user), "no");
+  EXPECT_EQ(Delete(target, user), DWORD{ERROR_NOT_FOUND});
+  EXPECT_FALSE(fs::exists(home_));
+  EXPECT_EQ(Save(target, user, "long"), 0u);
+  EXPECT_EQ(Load(target, user), "long");
+}
+
+TEST_F(VaultFile, IsRefusedWhenOthersHaveAHandInIt) {
+  const fs::path aside = home_ / "aside";
+  const auto link = [&](const fs::path& path) { fs::create_symlink(aside, path); };
+  const auto with_mode = [&](mode_t mode) {
+    return [&aside, mode](const fs::path& path) {
+      fs::copy(aside, path, fs::copy_options::recursive);
+      ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    };
+  };
+  const auto given_away = [&](const fs::path& path) {
+    fs::copy(aside, path, fs::copy_options::recursive);
+    ASSERT_EQ(chown(path.c_str(), 65534, 0), 0);
+  };
+  std::vector<std::pair<fs::path, std::function<void(const fs::path&)>>> cases = {
+      {folder_, with_mode(0740)},
+      {folder_, with_mode(0701)},
+      {file_, with_mode(0640)},
+      {file_, with_mode(0602)},
+      {key_, with_mode(0604)},
+      {folder_, link},
+      {file_, link},
+      {key_, link},
+      {file_, [](const fs::path& path) { fs::create_symlink("nothing", path); }},
+      {file_, [](const fs::path& path) { fs::create_directory(path); }},
+      {key_, [](const fs::path& path) { mkfifo(path.c_str(), 0600); }},
+      {folder_, [](const fs::path& path) { Write(path, ""); }},
+  };
+  if (geteuid() == 0) {  // only root can give a file away
+    cases.insert(cases.end(), {{folder_, given_away}, {file_, given_away}, {key_, given_away}});
+  }
+  for (size_t i = 0; const auto& [path, make] : cases) {
+    SCOPED_TRACE(i++);
+    fs::rename(path, aside);
+    make(path);
+    ExpectEveryCallToFailWith(ERROR_ACCESS_DENIED);
+    fs::remove_all(path);
+    fs::rename(aside, path);
+    EXPECT_EQ(Load(kTarget, kUser), "secret");
+  }
+}
+
+TEST_F(VaultFile, IsNotChangedWithoutItsLock) {
+  fs::remove(folder_ / "lock");
+  fs::create_symlink(home_ / "elsewhere", folder_ / "lock");
+  EXPECT_EQ(Save(kTarget, kUser, "other"), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(Delete(kTarget, kUser), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(Load(kTarget, kUser), "secret");
+  EXPECT_FALSE(fs::exists(home_ / "elsewhere"));
+}
+
+TEST_F(VaultFile, ShowsEveryDamage) {
+  const std::string whole = Read(file_);
+  ASSERT_LT(whole.size(), 200u);
+  std::vector<std::string> damaged = {whole + '\0', whole + whole, std::string(size_t{2} * 1024 * 1024, 'x')};
+  for (size_t bit = 0; bit < 8 * whole.size(); ++bit) {
+    damaged.push_back(whole);
+    damaged.back()[bit / 8] = static_cast<char>(whole[bit / 8] ^ (1 << bit % 8));
+  }
+  for (size_t length = 0; length < whole.size(); ++length) {
+    damaged.push_back(whole.substr(0, length));
+  }
+  for (size_t i = 0; i < damaged.size(); ++i) {
+    Write(file_, damaged[i]);
+    EXPECT_EQ(Load(kTarget, kUser), "code 13") << i;
+    EXPECT_EQ(Present(kTarget, kUser), "code 13") << i;
+  }
+  ExpectEveryCallToFailWith(ERROR_INVALID_DATA);
+  EXPECT_EQ(Read(file_), damaged.back()) << "nothing is written over what cannot be read";
+  Write(file_, whole);
+  EXPECT_EQ(Load(kTarget, kUser), "secret");
+}
+
+TEST_F(VaultFile, NeedsTheKeyItWasMadeWith) {
+  const std::string key = Read(key_);
+  ASSERT_EQ(key.size(), 32u);
+  std::string other = key;
+  other[31] = static_cast<char>(other[31] ^ 1);
+  for (const std::string& wrong : {other, std::string(), key.substr(1), key + "x"}) {
+    Write(key_, wrong);
+    ExpectEveryCallToFailWith(ERROR_INVALID_DATA);
+    EXPECT_EQ(Read(key_), wrong);
+  }
+  fs::remove(key_);
+  ExpectEveryCallToFailWith(kKeyMissing);
+  EXPECT_FALSE(fs::exists(key_)) << "a new key would make the vault unreadable for good";
+  Write(key_, key);
+  ASSERT_EQ(chmod(key_.c_str(), 0600), 0);
+  EXPECT_EQ(Load(kTarget, kUser), "secret");
+
+  fs::remove(file_);
+  EXPECT_EQ(Load(kTarget, kUser), "code 1168");
+  EXPECT_EQ(Save(kTarget, kUser, "again"), 0u);
+  EXPECT_EQ(Load(kTarget, kUser), "again");
+  EXPECT_EQ(Read(key_), key);
+  fs::remove_all(home_);
+  EXPECT_EQ(Save(kTarget, kUser, "secret"), 0u);
+  EXPECT_NE(Read(key_), key) << "each home has its own";
+}
+
+TEST_F(VaultFile, GivesNothingAway) {
+  std::string written[2];
+  for (std::string& content : written) {
+    EXPECT_EQ(Save(W("telltale-target"), W("telltale-user"), "a secret that is easily found again"), 0u);
+    content = Read(file_);
+    for (const std::string part : {"secret", "telltale", "target", "user"}) {
+      std::string wide;
+      for (const char letter : part) {
+        wide += {letter, '\0'};
+      }
+      EXPECT_EQ(content.find(part), std::string::npos) << part;
+      EXPECT_EQ(content.find(wide), std::string::npos) << part;
+    }
+  }
+  ASSERT_EQ(written[0].size(), written[1].size());
+  int alike = 0;
+  for (size_t i = 8; i < written[0].size(); ++i) {
+    alike += written[0][i] == written[1][i] ? 1 : 0;
+  }
+  EXPECT_LT(alike, 12) << "encrypted anew with each write: of " << written[0].size() << " bytes";
+}
+
+TEST_F(VaultFile, IsNotTakenInByWhatAKilledWriterLeft) {
+  const fs::path elsewhere = home_ / "elsewhere";
+  Write(elsewhere, "not to be touched");
+  fs::create_symlink(elsewhere, folder_ / "new");
+  EXPECT_EQ(Save(kTarget, kUser, "newer"), 0u);
+  Write(folder_ / "new", "half a vau");
+  EXPECT_EQ(Load(kTarget, kUser), "newer");
+  EXPECT_EQ(Save(kTarget, kUser, "newest"), 0u);
+  EXPECT_EQ(Load(kTarget, kUser), "newest");
+  EXPECT_EQ(Read(elsewhere), "not to be touched");
+  EXPECT_FALSE(fs::exists(folder_ / "new"));
+}
+
+TEST_F(VaultFile, HasAnEndAndOutlivesAFullDisk) {
+  const std::string large(kMaxEntryBytes, 'M');
+  const auto user = [](size_t i) { return WString(i + 1, W('u')); };
+  for (size_t i = 0; i < 8; ++i) {
+    EXPECT_EQ(Save(kTarget, user(i), large), i < 7 ? 0u : kTooLarge) << "8 and their names are above 1 MiB";
+  }
+  EXPECT_EQ(Load(kTarget, user(6)), large);
+  const pid_t child = Start([] {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{100, 100};
     setrlimit(RLIMIT_FSIZE, &limit);
-    const std::vector<BYTE> large(1000);
-    return static_cast<int>(vault::Save(kTarget, kUser, large));
+    return vault::Save(kTarget, kUser, std::vector<BYTE>(1000));
   });
-  EXPECT_EQ(code, ERROR_DISK_FULL);
+  EXPECT_EQ(ExitCode(child), ERROR_DISK_FULL);
   EXPECT_EQ(Load(kTarget, kUser), "secret");
-  EXPECT_FALSE(fs::exists(Folder() / "new"));
+  EXPECT_FALSE(fs::exists(folder_ / "new"));
 }
 
 TEST_F(VaultFile, LosesNothingOfManyProcesses) {
-  constexpr int kProcesses = 5;
-  constexpr int kRounds = 12;
-  const auto user = [](int process, int round) {
-    return WString(static_cast<size_t>(process) + 1, W('p')) +
-           WString(static_cast<size_t>(round) + 1, W('r'));
+  constexpr size_t kProcesses = 5;
+  constexpr size_t kRounds = 12;
+  const auto user = [](size_t process, size_t round) {
+    return WString(process + 1, W('p')) + WString(round + 1, W('r'));
   };
   // The first to write makes the folder and the key, which all others must use, too.
-  fs::remove_all(Home());
+  fs::remove_all(home_);
   std::vector<pid_t> children;
-  for (int process = 0; process < kProcesses; ++process) {
-    const pid_t child = fork();
-    if (child == 0) {
+  for (size_t process = 0; process < kProcesses; ++process) {
+    children.push_back(Start([&] {
       DWORD code = 0;
-      for (int round = 0; round < kRounds; ++round) {
+      for (size_t round = 0; round < kRounds; ++round) {
         const BYTE byte = static_cast<BYTE>(round);
         code |= vault::Save(kTarget, user(process, round), {&byte, 1});
-        if (round % 3 == 2) {
-          code |= vault::Delete(kTarget, user(process, round));
-        }
+        code |= round % 3 == 2 ? vault::Delete(kTarget, user(process, round)) : 0;
       }
-      _exit(code == 0 ? 0 : 1);
-    }
-    children.push_back(child);
+      return code;
+    }));
   }
   for (const pid_t child : children) {
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(ExitCode(child), 0);
   }
-  for (int process = 0; process < kProcesses; ++process) {
-    for (int round = 0; round < kRounds; ++round) {
-      EXPECT_EQ(Load(kTarget, user(process, round)),
-                round % 3 == 2 ? "code 1168" : std::string(1, static_cast<char>(round)));
+  for (size_t i = 0; i < kProcesses * kRounds; ++i) {
+    const size_t round = i % kRounds;
+    EXPECT_EQ(Load(kTarget, user(i / kRounds, round)),
+              round % 3 == 2 ? "code 1168" : std::string(1, static_cast<char>(round)));
+  }
+}
+
+TEST_F(VaultFile, KeepsWhatItsWritersWereToldBeforeTheyWereKilled) {
+  constexpr size_t kEntries = 60;
+  const auto user = [](size_t entry) { return WString(entry + 1, W('u')); };
+  // Lengths vary, so that a part would be seen.
+  const auto bytes = [](size_t entry, size_t round) {
+    return std::string(1 + (entry * 37 + round * 101) % 900, static_cast<char>(entry + round));
+  };
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  // Most lives end within the first few saves; a few in ten reach far into the list.
+  std::exponential_distribution<double> life_ms(1.0 / 25);
+  std::vector<std::string> kept(kEntries, "code 1168");
+  size_t total = 0;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(4);
+  for (size_t round = 0; !HasFailure() && std::chrono::steady_clock::now() < end; ++round) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const base::FileDescriptor told(ends[0]);
+    const pid_t child = Start([&] {
+      size_t entry = 0;
+      while (entry < kEntries && Save(kTarget, user(entry), bytes(entry, round)) == 0 &&
+             write(ends[1], "", 1) == 1) {
+        ++entry;
+      }
+      return DWORD{entry < kEntries};
+    });
+    close(ends[1]);
+    std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(life_ms(random)));
+    kill(child, SIGKILL);
+    EXPECT_LE(ExitCode(child), 0) << "the writer failed";
+    size_t acknowledged = 0;
+    for (char word = 0; read(told.Get(), &word, 1) == 1; ++acknowledged) {
+      kept[acknowledged] = bytes(acknowledged, round);
+    }
+    // The one after those may have been saved without word of it.
+    if (acknowledged < kEntries && Load(kTarget, user(acknowledged)) == bytes(acknowledged, round)) {
+      kept[acknowledged] = bytes(acknowledged, round);
+    }
+    for (size_t entry = 0; entry < kEntries; ++entry) {
+      EXPECT_EQ(Load(kTarget, user(entry)), kept[entry]) << "round " << round << ", entry " << entry;
+    }
+    total += acknowledged;
+  }
+  EXPECT_GT(total, 0u) << "no writer lived long enough to save anything";
+}
+
+constexpr size_t kSecretBytes = 4096;
+/// Longer than a register, as some registers are left on the stack by the run time.
+constexpr size_t kPartBytes = 128;
+
+/// The secret is nowhere in the program: it is worked out byte by byte.
+BYTE SecretByte(size_t i) {
+  return static_cast<BYTE>((i * 2654435761u + 97) >> 7);
+}
+
+/// Whether a part of the secret lies in a stretch of memory: its begin, its middle or its end.
+bool HoldsSecret(std::span<const BYTE> memory) {
+  return std::ranges::any_of(
+      std::array{size_t{0}, kSecretBytes / 2, kSecretBytes - kPartBytes}, [&](size_t part) {
+        const auto bytes = std::views::iota(part, part + kPartBytes) | std::views::transform(SecretByte);
+        return !std::ranges::search(memory, bytes).empty();
+      });
+}
+
+/// The first stretch of writable memory, as the system lists it, that holds a part of the secret.
+std::string WhereTheSecretIs() {
+  constexpr size_t kBlockBytes = size_t{1} << 20;
+  static std::vector<BYTE> block(kBlockBytes);
+  const base::FileDescriptor memory(open("/proc/self/mem", O_RDONLY | O_CLOEXEC));
+  std::ifstream maps("/proc/self/maps");
+  std::string found;
+  for (std::string line; found.empty() && std::getline(maps, line);) {
+    unsigned long begin = 0;
+    unsigned long end = 0;
+    char rights[5] = {};
+    std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, rights);
+    // Blocks overlap, so that none of the parts is cut in two.
+    for (; std::string_view(rights).starts_with("rw") && begin < end && found.empty();
+         begin += kBlockBytes - kPartBytes) {
+      const ssize_t got =
+          pread(memory.Get(), block.data(), std::min(kBlockBytes, end - begin), static_cast<off_t>(begin));
+      found = got > 0 && HoldsSecret({block.data(), static_cast<size_t>(got)}) ? line : "";
     }
   }
+  std::ranges::fill(block, BYTE{});
+  return found;
+}
+
+TEST_F(VaultTest, LeavesNoSecretInMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer's memory is too large to be searched";
+#endif
+  {
+    SecureBytes secret(kSecretBytes);
+    std::ranges::copy(std::views::iota(size_t{0}, kSecretBytes) | std::views::transform(SecretByte),
+                      secret.begin());
+    EXPECT_NE(WhereTheSecretIs(), "") << "the search itself does not work";
+    EXPECT_EQ(vault::Save(kTarget, kUser, secret), 0u);
+  }
+  EXPECT_EQ(WhereTheSecretIs(), "") << "after Save";
+  {
+    SecureBytes loaded;
+    EXPECT_EQ(vault::Load(kTarget, kUser, loaded), 0u);
+    EXPECT_EQ(loaded.size(), kSecretBytes);
+    EXPECT_EQ(Present(kTarget, kUser), "yes");
+  }
+  EXPECT_EQ(WhereTheSecretIs(), "") << "after Load";
+  EXPECT_EQ(Save(W("other"), kUser, ""), 0u);
+  EXPECT_EQ(Delete(kTarget, kUser), 0u);
+  EXPECT_EQ(WhereTheSecretIs(), "") << "after Delete";
 }
 
 }  // namespace

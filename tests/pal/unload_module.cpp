@@ -12,8 +12,9 @@ void LoadDocument(BSTR path) {
   constexpr CLSID kClass = {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
   constexpr IID kInterface = {0x2933BF96, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
   void* object = nullptr;
-  if (CoCreateInstance(kClass, nullptr, CLSCTX_INPROC_SERVER, kInterface, &object) != S_OK)
+  if (CoCreateInstance(kClass, nullptr, CLSCTX_INPROC_SERVER, kInterface, &object) != S_OK) {
     return;
+  }
   auto* document = static_cast<IXMLDOMDocument3*>(object);
   VARIANT source{};
   source.vt = VT_BSTR;
@@ -36,8 +37,9 @@ extern "C" __attribute__((visibility("default"))) intptr_t UseTheLayer() {
   SysFreeString(path);
   CoUninitialize();
   HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &key) == ERROR_SUCCESS)
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &key) == ERROR_SUCCESS) {
     RegCloseKey(key);
+  }
   ReleaseSRWLockExclusive(&g_lock);
   return pal::LiveObjects();
 }

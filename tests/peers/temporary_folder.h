@@ -1,8 +1,15 @@
 #pragma once
 
+#include <stdlib.h>
+
+#include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace custom_bidi_test {
 
@@ -10,8 +17,17 @@ namespace custom_bidi_test {
 /// it.
 class TemporaryFolder {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
+  TemporaryFolder() {
+    char name[] = "/tmp/peer-XXXXXX";
+    if (mkdtemp(name) == nullptr) {
+      throw std::system_error(errno, std::generic_category(), name);
+    }
+    path_ = name;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
@@ -19,14 +35,27 @@ class TemporaryFolder {
   std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
   /// Makes a folder in it, with those on the way there, for the user alone.
-  std::filesystem::path MakeFolder(std::string_view name) const;
-  std::filesystem::path WriteFile(std::string_view name, std::string_view content) const;
+  std::filesystem::path MakeFolder(std::string_view name) const {
+    std::filesystem::create_directories(path_ / name);
+    std::filesystem::permissions(path_ / name, std::filesystem::perms::owner_all);
+    return path_ / name;
+  }
+  std::filesystem::path WriteFile(std::string_view name, std::string_view content) const {
+    std::ofstream file(path_ / name, std::ios::binary);
+    if (!(file << content).flush()) {
+      throw std::runtime_error((path_ / name).string() + " cannot be written");
+    }
+    return path_ / name;
+  }
 
  private:
   std::filesystem::path path_;
 };
 
 /// Empty for a file that is not there.
-std::string ReadWholeFile(const std::filesystem::path& path);
+inline std::string ReadWholeFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 }  // namespace custom_bidi_test

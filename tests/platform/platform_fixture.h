@@ -5,17 +5,23 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
 #include "src/platform.h"
+#ifndef _WIN32
+#include "pal/test_hooks.h"
+#endif
 
 namespace custom_bidi {
 
+/// What stands in the last error before a call, and after one that has nothing to say.
 inline constexpr DWORD kPoison = 0xDEADBEEF;
 
-/// Calls and reads the last error, which was poisoned before.
 template <class Call>
 DWORD LastErrorOf(Call&& call) {
   SetLastError(kPoison);
@@ -23,73 +29,53 @@ DWORD LastErrorOf(Call&& call) {
   return GetLastError();
 }
 
-/// What a call must leave in the last error when it has nothing to say about it.
-inline constexpr DWORD kUntouched = kPoison;
-
 /// A path as Windows writes it.
-WString PlatformPath(const std::filesystem::path& path);
-std::string ToUtf8(WStringView text);
-/// Sets a variable of the process; null removes it.
-void SetVariable(const std::string& name, const char* value);
+inline WString PlatformPath(const std::filesystem::path& path) {
+  const std::filesystem::path whole = std::filesystem::absolute(path);
+  const std::u16string text = (whole.has_root_name() ? u"" : u"Z:") + whole.u16string();
+  WString windows(text.begin(), text.end());
+  std::ranges::replace(windows, W('/'), W('\\'));
+  return windows;
+}
+
+inline std::string ToUtf8(WStringView text) {
+  const auto utf8 = std::filesystem::path(std::u16string(text.begin(), text.end())).u8string();
+  return {utf8.begin(), utf8.end()};
+}
+
 /// True in the windows lane when it runs under Wine, some of whose answers are known to differ.
-bool IsWine();
+inline bool IsWine() {
+  const HMODULE system = LoadLibraryW(W("ntdll.dll"));
+  return system != nullptr && GetProcAddress(system, "wine_get_version") != nullptr;
+}
 
 /// Every test has an empty folder of its own, and must give back all that it acquired.
 class PlatformTest : public ::testing::Test {
  protected:
-  void SetUp() override;
-  void TearDown() override;
+  void SetUp() override {
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    folder_ = std::filesystem::current_path() / "fixture.tmp" /
+              (std::string(test->test_suite_name()) + '.' + test->name());
+    std::filesystem::remove_all(folder_);
+    std::filesystem::create_directories(folder_);
+  }
+  void TearDown() override {
+    // As far as it goes: Windows holds on to a library that it has just refused.
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+#ifndef _WIN32
+    EXPECT_EQ(pal::LiveObjects(), 0) << pal::DescribeLiveObjects();
+#endif
+  }
 
-  std::filesystem::path WriteFileIn(std::string_view name, std::string_view content);
+  std::filesystem::path WriteFileIn(std::string_view name, std::string_view content) {
+    const std::filesystem::path path = folder_ / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+    return path;
+  }
 
   std::filesystem::path folder_;
-};
-
-/// Owns a COM object.
-template <class T>
-class Owned {
- public:
-  Owned() = default;
-  ~Owned() { Reset(); }
-  Owned(const Owned&) = delete;
-  Owned& operator=(const Owned&) = delete;
-
-  T** Put() {
-    Reset();
-    return &object_;
-  }
-  T* operator->() const { return object_; }
-  T* Get() const { return object_; }
-  explicit operator bool() const { return object_ != nullptr; }
-  void Reset() {
-    if (object_)
-      object_->Release();
-    object_ = nullptr;
-  }
-
- private:
-  T* object_ = nullptr;
-};
-
-/// Owns a BSTR.
-class Text {
- public:
-  Text() = default;
-  explicit Text(WStringView text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-  ~Text() { SysFreeString(text_); }
-  Text(const Text&) = delete;
-  Text& operator=(const Text&) = delete;
-
-  BSTR Get() const { return text_; }
-  BSTR* Put() {
-    SysFreeString(text_);
-    text_ = nullptr;
-    return &text_;
-  }
-  std::string Utf8() const { return text_ ? ToUtf8({text_, SysStringLen(text_)}) : "(null)"; }
-
- private:
-  BSTR text_ = nullptr;
 };
 
 }  // namespace custom_bidi

@@ -1,11 +1,5 @@
 #include <cstdint>
 
-#ifdef _WIN32
-#define EXPORTED extern "C" __declspec(dllexport)
-#else
-#define EXPORTED extern "C" __attribute__((visibility("default")))
-#endif
-
-EXPORTED intptr_t PlatformTestDependency() {
+extern "C" intptr_t PlatformTestDependency() {
   return 42;
 }

@@ -1,26 +1,58 @@
 #pragma once
 
-/// What the tests need of the machine that differs between the lanes. All text is UTF-8.
+/// What the tests need of the machine: texts and files, the folder of the host, the registry, the environment
+/// and what is left open. All text is UTF-8.
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include "src/platform.h"
+#include "tools/bidictl/text/bidictl_text.h"
 
 namespace custom_bidi_test {
 
 using custom_bidi::WString;
 using custom_bidi::WStringView;
 
-std::string ToUtf8(WStringView text);
+using custom_bidi_tools::ToUtf8;
 /// Throws for text that is not UTF-8.
-WString ToWide(std::string_view text);
+inline WString ToWide(std::string_view text) {
+  return custom_bidi_tools::ToWide(text).value();
+}
+/// A whole file; empty when there is none.
+std::string ReadBytes(const std::filesystem::path& path);
 
-/// The running program's file.
 std::filesystem::path ProgramPath();
+
+/// The folder of the running test program, where the library looks for its files. What a test puts there or
+/// takes away is as before when the object goes, and also after a run that crashed.
+class HostFolder {
+ public:
+  HostFolder();
+  ~HostFolder() { Restore(); }
+  HostFolder(const HostFolder&) = delete;
+  HostFolder& operator=(const HostFolder&) = delete;
+
+  /// `name` may lie in a folder of its own, which is made.
+  void Write(const std::string& name, std::string_view content);
+  void Copy(const std::string& source, const std::string& name);
+  void Remove(const std::string& name);
+  void Restore();
+
+  /// The file that the library takes its configuration from: the program's name with the extension ".xml".
+  static std::string ConfigurationName() { return ProgramPath().stem().string() + ".xml"; }
+  static std::filesystem::path Path() { return ProgramPath().parent_path(); }
+  /// The folder as the library names it, for a file in it by its configured name ("\") or its default ("//").
+  static std::string Text(std::string_view separator_and_name = "");
+
+ private:
+  void SetAside(const std::string& name);
+
+  std::set<std::string> changed_;
+};
 
 /// A registry value as it is stored, whatever its type.
 struct RegistryBytes {
@@ -29,10 +61,12 @@ struct RegistryBytes {
   Type type;
   std::string bytes;
 
-  static RegistryBytes Dword(uint32_t number);
-  /// UTF-16 with its NUL.
-  static RegistryBytes Text(std::string_view text);
+  static RegistryBytes Dword(uint32_t number) {
+    return {kDword, std::string(reinterpret_cast<const char*>(&number), sizeof(number))};
+  }
 };
+
+// These differ between the lanes.
 
 /// Writes a value into the PrinterDriverData key of a queue, of which nothing else need exist.
 void SetDriverValue(const std::string& queue, const std::string& name, const RegistryBytes& value);
@@ -40,8 +74,7 @@ void SetDriverValue(const std::string& queue, const std::string& name, const Reg
 /// Removes a queue's registry key with all below it; it need not exist.
 void RemoveQueueKey(const std::string& queue);
 
-/// Sets an environment variable, or with nullopt removes it.
-void SetVariable(const std::string& name, const std::optional<std::string>& value);
+void SetVariable(const std::string& name, const std::string& value);
 
 /// The next look at PROCESSOR_ARCHITECTURE finds nothing.
 void HideProcessor();

@@ -1,8 +1,10 @@
-#include <cstdlib>
-#include <stdexcept>
+#include <gtest/gtest.h>
 
-#include "pal/home.h"
-#include "pal/registry_file.h"
+#include <cstdlib>
+#include <functional>
+
+#include "base/files.h"
+#include "base/home_registry.h"
 #include "pal/test_hooks.h"
 #include "tests/support/machine.h"
 
@@ -13,12 +15,12 @@ WString KeyOf(const std::string& queue) {
   return W("HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\") + ToWide(queue);
 }
 
-template <class Change>
-void ChangeRegistry(Change change) {
-  const std::string path = pal::RegistryFilePath();
-  pal::RegistryFile registry;
-  if (pal::RegistryFile::Load(path, &registry) != 0 || !change(registry) || registry.Save(path) != 0)
-    throw std::runtime_error(path + " cannot be changed");
+void ChangeRegistry(const std::function<void(base::RegistryFile& registry)>& change) {
+  base::RegistryFile registry;
+  const std::string path = base::RegistryFilePath();
+  EXPECT_EQ(base::RegistryFile::Load(path, &registry), 0) << path;
+  change(registry);
+  EXPECT_EQ(registry.Save(path), 0) << path;
 }
 
 }  // namespace
@@ -28,29 +30,22 @@ std::filesystem::path ProgramPath() {
 }
 
 void SetDriverValue(const std::string& queue, const std::string& name, const RegistryBytes& value) {
-  ChangeRegistry([&](pal::RegistryFile& registry) {
-    return registry.SetValue(KeyOf(queue) + W("\\PrinterDriverData"), ToWide(name),
-                             {.type = value.type, .data = {value.bytes.begin(), value.bytes.end()}});
+  ChangeRegistry([&](base::RegistryFile& registry) {
+    EXPECT_TRUE(registry.SetValue(KeyOf(queue) + W("\\PrinterDriverData"), ToWide(name),
+                                  {.type = value.type, .data = {value.bytes.begin(), value.bytes.end()}}));
   });
 }
 
 void RemoveQueueKey(const std::string& queue) {
-  ChangeRegistry([&](pal::RegistryFile& registry) {
-    registry.RemoveKey(KeyOf(queue));
-    return true;
-  });
+  ChangeRegistry([&](base::RegistryFile& registry) { registry.RemoveKey(KeyOf(queue)); });
 }
 
-void SetVariable(const std::string& name, const std::optional<std::string>& value) {
-  if (value)
-    setenv(name.c_str(), value->c_str(), 1);
-  else
-    unsetenv(name.c_str());
+void SetVariable(const std::string& name, const std::string& value) {
+  setenv(name.c_str(), value.c_str(), 1);
 }
 
 void HideProcessor() {
-  // A variable that is not set has the machine's value.
-  pal::FailNthCallOf("GetEnvironmentVariableW", 1);
+  pal::FailNthCallOf("GetEnvironmentVariableW", 1);  // one that is not set has the machine's value
 }
 
 std::string LeftOpen() {

@@ -1,4 +1,4 @@
-#include <stdexcept>
+#include <gtest/gtest.h>
 
 #include "tests/support/machine.h"
 
@@ -20,36 +20,33 @@ std::filesystem::path ProgramPath() {
 void SetDriverValue(const std::string& queue, const std::string& name, const RegistryBytes& value) {
   const WString key = KeyOf(queue) + W("\\PrinterDriverData");
   HKEY opened = nullptr;
-  LSTATUS code = RegCreateKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr,
-                                 &opened, nullptr);
-  if (code == ERROR_SUCCESS) {
-    code = RegSetValueExW(opened, ToWide(name).c_str(), 0, value.type,
-                          reinterpret_cast<const BYTE*>(value.bytes.data()),
-                          static_cast<DWORD>(value.bytes.size()));
-    RegCloseKey(opened);
-  }
-  if (code != ERROR_SUCCESS)
-    throw std::runtime_error("the registry cannot be changed: " + std::to_string(code));
+  EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &opened,
+                            nullptr),
+            0);
+  EXPECT_EQ(RegSetValueExW(opened, ToWide(name).c_str(), 0, value.type,
+                           reinterpret_cast<const BYTE*>(value.bytes.data()),
+                           static_cast<DWORD>(value.bytes.size())),
+            0);
+  RegCloseKey(opened);
 }
 
 void RemoveQueueKey(const std::string& queue) {
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, KeyOf(queue).c_str());
 }
 
-void SetVariable(const std::string& name, const std::optional<std::string>& value) {
-  SetEnvironmentVariableW(ToWide(name).c_str(), value ? ToWide(*value).c_str() : nullptr);
+void SetVariable(const std::string& name, const std::string& value) {
+  SetEnvironmentVariableW(ToWide(name).c_str(), ToWide(value).c_str());
 }
 
 void HideProcessor() {
-  SetVariable("PROCESSOR_ARCHITECTURE", std::nullopt);
+  SetEnvironmentVariableW(L"PROCESSOR_ARCHITECTURE", nullptr);
 }
 
 std::string LeftOpen() {
   std::string loaded;
   for (const char* name : {"vexmoixo", "vexmobixo32", "vexmobixo64", "vexmoixodm", "vexmobixodm32",
                            "vexmobixodm64", "vexmobixocert", "vexmobixocert32", "vexmobixocert64"}) {
-    if (GetModuleHandleW(ToWide(std::string(name) + ".dll").c_str()))
-      loaded += std::string(name) + " is loaded; ";
+    loaded += GetModuleHandleW(ToWide(name).c_str()) != nullptr ? name : "";
   }
   return loaded;
 }
@@ -60,8 +57,7 @@ long CountOpenHandles() {
   long count = 0;
   for (uintptr_t value = 4; value <= kHighest; value += 4) {
     DWORD flags = 0;
-    if (GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags))
-      ++count;
+    count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != 0;
   }
   return count;
 }

@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
-#include "tests/support/host_folder.h"
 #include "tests/support/machine.h"
 
 namespace custom_bidi_test {
@@ -15,43 +12,33 @@ namespace {
 constexpr std::string_view kStampForm = "[dd:dd:dd.ddd]  ";
 
 bool StartsWithStamp(std::string_view text) {
-  if (text.size() < kStampForm.size())
-    return false;
-  for (size_t i = 0; i < kStampForm.size(); ++i) {
-    const bool is_digit = text[i] >= '0' && text[i] <= '9';
-    if (kStampForm[i] == 'd' ? !is_digit : text[i] != kStampForm[i])
-      return false;
-  }
-  return text.substr(1, 2) < "24" && text[4] < '6' && text[7] < '6';
+  std::string form(text.substr(0, kStampForm.size()));
+  std::ranges::replace_if(
+      form, [](char unit) { return unit >= '0' && unit <= '9'; }, 'd');
+  return form == kStampForm && text.substr(1, 2) < "24" && text[4] < '6' && text[7] < '6';
 }
 
 /// Where the line that begins at `start` ends: at a CR LF with a stamp or nothing behind it.
 size_t LineEnd(std::string_view text, size_t start) {
   for (size_t end = text.find("\r\n", start); end != text.npos; end = text.find("\r\n", end + 1)) {
-    if (end + 2 == text.size() || StartsWithStamp(text.substr(end + 2)))
+    if (end + 2 == text.size() || StartsWithStamp(text.substr(end + 2))) {
       return end;
+    }
   }
   return text.npos;
 }
 
 bool Matches(std::string_view expected, std::string_view actual) {
   const size_t gap = expected.find(kAnything);
-  if (gap == expected.npos)
-    return expected == actual;
-  const std::string_view head = expected.substr(0, gap);
-  const std::string_view tail = expected.substr(gap + std::size(kAnything) - 1);
-  return actual.size() >= head.size() + tail.size() && actual.starts_with(head) && actual.ends_with(tail);
+  return gap == expected.npos ? expected == actual
+                              : actual.starts_with(expected.substr(0, gap)) &&
+                                    actual.ends_with(expected.substr(gap + std::size(kAnything) - 1));
 }
 
-std::string Joined(const Lines& lines) {
-  std::string text;
-  for (const std::string& line : lines)
-    text += line + "\n";
-  return text;
-}
-
-Lines FindFileInfo() {
-  return Method("CCIXML::GetPathedNode", Method("CCIXML::GetRootNode") + Method("CCIXML::GetPathedNode"));
+/// The configuration, in which the libraries' names are looked for.
+Lines Configured() {
+  return Method("CCIXML::Load") +
+         Method("CCIXML::GetPathedNode", Method("CCIXML::GetRootNode") + Method("CCIXML::GetPathedNode"));
 }
 
 Lines AddressFrom(const std::string& name, int kind) {
@@ -59,10 +46,13 @@ Lines AddressFrom(const std::string& name, int kind) {
           "Get the printer address from the name [" + name + "] success ==> [192.0.2.10]"};
 }
 
-Lines LoadLibraries(const std::string& ixo, const std::string& xdm, const std::string& cert) {
+Lines LoadLibraries(const std::string& ixo = "vexmoixo.dll",
+                    const std::string& xdm = "vexmoixodm.dll",
+                    const std::string& cert = "vexmobixocert.dll",
+                    const std::string& success = "Load IXO / XDM / IXO Cert Libraries Success") {
   return {"Load IXO / XDM / IXO Cert Libraries!", "IXO_DLL: [" + HostFolder::Text("//" + ixo) + "]",
           "XDM_DLL: [" + HostFolder::Text("//" + xdm) + "]",
-          "IXOCert_DLL: [" + HostFolder::Text("//" + cert) + "]"};
+          "IXOCert_DLL: [" + HostFolder::Text("//" + cert) + "]", success};
 }
 
 }  // namespace
@@ -72,20 +62,23 @@ Lines operator+(Lines left, const Lines& right) {
   return left;
 }
 
-void ExpectTrace(const Lines& expected, const Lines& actual) {
-  Lines shown = actual;
+void ExpectTrace(const Lines& expected, Lines actual) {
   for (size_t i = 0; i < std::min(expected.size(), actual.size()); ++i) {
-    if (Matches(expected[i], actual[i]))
-      shown[i] = expected[i];
+    actual[i] = Matches(expected[i], actual[i]) ? expected[i] : actual[i];
   }
-  EXPECT_EQ(Joined(expected), Joined(shown));
+  EXPECT_EQ(expected, actual);
 }
 
-Lines UpTo(const Lines& lines, std::string_view start) {
+Lines Before(const Lines& lines, std::string_view start) {
+  const Lines rest = From(lines, start);
+  return {lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(rest.size())};
+}
+
+Lines From(const Lines& lines, std::string_view start) {
   const auto found =
       std::ranges::find_if(lines, [start](const std::string& line) { return line.starts_with(start); });
   EXPECT_NE(found, lines.end()) << "no line begins with " << start;
-  return found == lines.end() ? lines : Lines(lines.begin(), found + 1);
+  return {found, lines.end()};
 }
 
 Lines Method(const std::string& name, const Lines& inner) {
@@ -96,21 +89,30 @@ Lines ErrorLine(unsigned code, const std::string& label) {
   WCHAR* text = nullptr;
   FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr, code, 0x400,
                  reinterpret_cast<WCHAR*>(&text), 0, nullptr);
-  const std::string line = text ? "[" + label + "]" + ToUtf8(text) + "\n" : label + ": NULL\n";
+  const std::string line = text != nullptr ? "[" + label + "]" + ToUtf8(text) + "\n" : label + ": NULL\n";
   LocalFree(text);
   return {line};
 }
 
-Lines ReadTrace(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  EXPECT_EQ(bytes.size() % 2, 0U);
-  WString units;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto low = static_cast<unsigned char>(bytes[i]);
-    const auto high = static_cast<unsigned char>(bytes[i + 1]);
-    units.push_back(static_cast<WCHAR>(low | high << 8));
+Lines FailedXml(const std::string& path) {
+  return Method("CCIXML::Load", {"[XML] Load " + path +
+                                 " XML file Failed!!! <<XML Error []\r\n Error Code 0x" + kAnything + ">>"}) +
+         Lines{">>>>>Custom Bidi : Load Config XML fail!! [" + path + "]"};
+}
+
+Lines Wrapper(const Lines& lines) {
+  Lines named;
+  for (const std::string& line : lines) {
+    named.push_back("[CertificateHandlingWrapper]:" + line);
   }
+  return named;
+}
+
+Lines ReadTrace(const std::string& path) {
+  const std::string bytes = ReadBytes(path);
+  EXPECT_EQ(bytes.size() % 2, 0U);
+  WString units(bytes.size() / 2, 0);
+  bytes.copy(reinterpret_cast<char*>(units.data()), bytes.size());
   const std::string text = ToUtf8(units);
 
   Lines lines;
@@ -128,21 +130,12 @@ Lines ReadTrace(const std::string& path) {
 }
 
 Lines BidiInitialisation(const std::string& queue, const std::string& port) {
-  return Method("CCIXML::Load") + FindFileInfo() +
-         Lines{" the port name from the printer is: [" + port + "]"} +
-         LoadLibraries("vexmoixo.dll", "vexmoixodm.dll", "vexmobixocert.dll") +
-         Lines{"Load IXO / XDM / IXO Cert Libraries Success"} +
+  return Configured() + Lines{" the port name from the printer is: [" + port + "]"} + LoadLibraries() +
          (port.empty() ? AddressFrom(queue, 0) : AddressFrom(port, 1)) +
          Lines{"Get Address from Port success", "CreateDataCollection from xml: [" +
                                                     HostFolder::Text("//vexmoixodatamap.xml") +
                                                     "] ==> success"} +
          Method("CCIXML::Load");
-}
-
-Lines SecurityInitialisation() {
-  return Method("CCIXML::Load") + FindFileInfo() +
-         LoadLibraries("vexmoixo.dll", "vexmoixodm.dll", "vexmobixocert.dll") +
-         Lines{"Load IXO / XDM / IXO Cert Libraries Success"};
 }
 
 Lines DataMapLoading(int items) {
@@ -152,22 +145,70 @@ Lines DataMapLoading(int items) {
                  Method("CCIXML::GetPathedNodeList",
                         Method("CCIXML::GetRootNode") + Method("CCIXML::GetPathedNodeList")) +
                  Lines{"CIXML::SavePathedNodeListToMap - current nodes count = " + std::to_string(items)});
-  for (int i = 0; i < items; ++i)
+  for (int i = 0; i < items; ++i) {
     lines = lines + Method("CCIXML::GetAttributeValue");
+  }
   return lines;
 }
 
 Lines StatusInitialisation(const std::string& address) {
-  return LoadLibraries("vexmobixo64.dll", "vexmobixodm64.dll", "vexmobixocert64.dll") +
-         Lines{"Load IXO / XDM / IXOCert Libraries Success"} + AddressFrom(address, 2) +
-         Lines{"Get Address from Port success"};
+  return LoadLibraries("vexmobixo64.dll", "vexmobixodm64.dll", "vexmobixocert64.dll",
+                       "Load IXO / XDM / IXOCert Libraries Success") +
+         AddressFrom(address, 2) + Lines{"Get Address from Port success"};
 }
 
 Lines PortStatusOf(const std::string& port) {
-  return Method("CCIXML::Load") + FindFileInfo() +
+  return Configured() +
          Lines{" the port name from the printer is: [" + port + "]", "Load IXO DLL!",
                "IXO_DLL: [" + HostFolder::Text("//vexmoixo.dll") + "]", "Load IXO DLL Success"} +
          AddressFrom(port, 1) + Lines{"Get Address from Port success and the connected IP is active"};
+}
+
+Lines SecurityInitialisation() {
+  return Configured() + LoadLibraries();
+}
+
+Lines PasswordCall(const std::string& last) {
+  return Lines{">>>> Custom Bidi : Print Queue Name is [CustomBidi call test]"} + SecurityInitialisation() +
+         Lines{"[IxoWrapper]:Trying to save target", "[IxoWrapper]:Store provider Created ",
+               "[IxoWrapper]:Target Name Created", "[IxoWrapper]:USER Name Created", last};
+}
+
+Lines CertificateRead() {
+  return SecurityInitialisation() +
+         Lines{" the port name from the printer is: [192.0.2.10]", AddressFrom("192.0.2.10", 1).back()} +
+         Wrapper({"Contructed", "GetDeviceCertificate API Succeded", "No Error reported",
+                  "No certificate security warnings to report"}) +
+         Lines{"[DeviceCertificate]:Contructed", "[DeviceCertificate]:Initialization Called",
+               "[DeviceCertificate]:No certificate security warnings to report"} +
+         Wrapper({"Destroyed"});
+}
+
+Lines CheckBegin(size_t warnings) {
+  const Lines none = {"[DeviceCertificate]:No certificate security warnings to report"};
+  return SecurityInitialisation() +
+         (warnings == 0 ? none : Lines{"[DeviceCertificate]:Number of errors reported"}) +
+         Wrapper({"Contructed"}) + Lines{"[DeviceCertificate]:Initialization Called"} +
+         (warnings == 0 ? none : Lines{}) +
+         Lines{"[CertStoreVault]:Contructed", "[IxoWrapper]:Target Name Created",
+               "[IxoWrapper]:USER Name Created"};
+}
+
+Lines CheckCompared(size_t vault_length, bool match) {
+  const std::string length = "Vault Certificate lenght = " + std::to_string(vault_length) + "\n";
+  return Wrapper({"No Non Negotiable Error Present"}) +
+         Lines{kTargetPresent, "[IxoWrapper]:GetCertFromVault returned success", length, length,
+               match ? "Vault Certificate and device certificate thumbprint are matching"
+                     : "Device certificate is changed"} +
+         Wrapper({"VerifyCertBlobMatching API Succeded"}) +
+         Wrapper(match ? Lines{"Certificate matched with Vault"} : Lines{});
+}
+
+Lines CheckEnd(size_t warnings) {
+  return (warnings != 0 ? Lines{}
+                        : Wrapper({"No certificate security warnings to report"}) +
+                              Lines{"[DeviceCertificate]:No certificate security warnings to report"}) +
+         Wrapper({"Destroyed"}) + Lines{"[CertStoreVault]:Destroyed"};
 }
 
 }  // namespace custom_bidi_test

@@ -17,16 +17,23 @@ Lines operator+(Lines left, const Lines& right);
 inline constexpr char kAnything[] = "{*}";
 
 /// Compares line by line; the failure message shows where they differ.
-void ExpectTrace(const Lines& expected, const Lines& actual);
+void ExpectTrace(const Lines& expected, Lines actual);
 
-/// The first lines, up to and with the first one that begins with `start`.
-Lines UpTo(const Lines& lines, std::string_view start);
+/// The lines before the first one that begins with `start`, and those from it on.
+Lines Before(const Lines& lines, std::string_view start);
+Lines From(const Lines& lines, std::string_view start);
 
 /// `Name << Enter`, the lines in between, `Name >> Leave`.
 Lines Method(const std::string& name, const Lines& inner = {});
 
 /// The line for a Win32 code: the system's text headed by the label.
 Lines ErrorLine(unsigned code, const std::string& label);
+
+/// What a file that does not load is traced as; the reason is the XML parser's own.
+Lines FailedXml(const std::string& path);
+
+/// Lines of the certificate wrapper, which stands in front of each.
+Lines Wrapper(const Lines& lines);
 
 /// Reads a trace file, which need not exist, as UTF-16LE without a byte-order mark. Fails the test for a line
 /// without a stamp in the form [hh:mm:ss.mmm] and two blanks, and for a file that does not end with CR LF.
@@ -37,11 +44,30 @@ Lines ReadTrace(const std::string& path);
 
 /// A queue on the port `port`; empty: without one, so that the printer is known by the queue's name.
 Lines BidiInitialisation(const std::string& queue, const std::string& port);
-/// A password or certificate call, while it loads its libraries.
-Lines SecurityInitialisation();
-/// A data map with that many items.
+/// A data map with that many items, and a call for it.
 Lines DataMapLoading(int items);
 Lines StatusInitialisation(const std::string& address);
 Lines PortStatusOf(const std::string& port);
+/// A password or certificate call, while it loads its libraries.
+Lines SecurityInitialisation();
+/// A password call up to its last line, "Saved Target" and the like.
+Lines PasswordCall(const std::string& last);
+/// Reading a certificate without warnings.
+Lines CertificateRead();
+/// Checking a certificate of that many warnings, up to and with the vault's store.
+Lines CheckBegin(size_t warnings);
+/// Comparing with the vault's copy, which is that long; up to the look at the dates.
+Lines CheckCompared(size_t vault_length, bool match);
+/// Giving all back, when that many warnings are left.
+Lines CheckEnd(size_t warnings);
+
+inline constexpr char kLoadSucceeded[] = ">>>>>Custom Bidi :  LoadIPPResponse success!!!";
+inline Lines BidiCall(const std::string& queue, const std::string& port, int items) {
+  return BidiInitialisation(queue, port) + DataMapLoading(items) + Lines{kLoadSucceeded};
+}
+inline constexpr char kLoadFailed[] = ">>>>>Custom Bidi :  LoadIPPResponse fail!!!";
+inline constexpr char kInitFailed[] = ">>>> Custom Bidi : InitIOWrapper Initialization failed!!";
+inline constexpr char kTargetPresent[] = "[IxoWrapper]:Target present";
+inline constexpr char kTargetNotPresent[] = "[IxoWrapper]:Target NOT present";
 
 }  // namespace custom_bidi_test

@@ -5,27 +5,13 @@
 #include <functional>
 
 #include "pal/test_hooks.h"
-#include "tests/unit/trace_file.h"
-#include "tests/unit/xml_file.h"
+#include "tests/unit/ccixml_fixture.h"
 
-namespace custom_bidi {
+namespace custom_bidi::test {
 namespace {
 
-using test::ErrorTextOf;
-using test::XmlFile;
-using Node = ComPtr<IXMLDOMNode>;
-using NodeList = ComPtr<IXMLDOMNodeList>;
-
-constexpr DWORD kOk = ERROR_SUCCESS;
-
-class CcixmlFaultTest : public test::TraceFileTest {
+class CcixmlFaultTest : public CcixmlTest {
  protected:
-  void SetUp() override {
-    TraceFileTest::SetUp();
-    ASSERT_EQ(xml_.Load(file_.Path().c_str()), kOk);
-    ASSERT_EQ(xml_.GetPathedNode(W("A"), node_.Put()), kOk);
-  }
-
   /// The result of `body` while the n-th call of `function` fails.
   static DWORD WithFault(const char* function, int n, const std::function<DWORD()>& body) {
     pal::FailNthCallOf(function, n);
@@ -34,29 +20,20 @@ class CcixmlFaultTest : public test::TraceFileTest {
     pal::ClearFaults();
     return code;
   }
-
-  XmlFile file_{"ccixml-fault.xml", "<Root><A Name=\"a\"/><A/><A/></Root>"};
-  CCIXML xml_;
-  Node node_;
-  std::vector<Node> nodes_;
 };
 
 TEST_F(CcixmlFaultTest, EachGivesItsCode) {
-  Node out;
-  NodeList list;
-  WCHAR value[CCIXML::kValueChars] = {};
-  const auto root = [&] { return xml_.GetRootNode(out.Put()); };
-  const auto one = [&] { return xml_.GetPathedNode(W("A"), out.Put()); };
-  const auto all = [&] { return xml_.GetPathedNodeList(W("A"), list.Put()); };
+  const auto root = [&] { return xml_.GetRootNode(out_.Put()); };
+  const auto one = [&] { return xml_.GetPathedNode(W("A"), out_.Put()); };
+  const auto all = [&] { return xml_.GetPathedNodeList(W("A"), list_.Put()); };
   const auto array = [&] { return xml_.GetPathedNodeListAsArray(W("A"), nodes_); };
-  const auto attribute = [&] { return xml_.GetAttributeValue(node_.Get(), W("Name"), value); };
-  const auto load = [&] { return xml_.Load(file_.Path().c_str()); };
-  struct Case {
+  const auto attribute = [&] { return xml_.GetAttributeValue(node_.Get(), W("Name"), value_); };
+  const auto load = [&] { return xml_.Load(file_.Path()); };
+  const struct {
     const char* function;
     std::function<DWORD()> body;
     DWORD code;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"IXMLDOMDocument::get_documentElement", root, ERROR_INVALID_HANDLE},
       {"IXMLDOMDocument::get_documentElement", all, ERROR_INVALID_HANDLE},
       {"IXMLDOMNode::selectSingleNode", one, ERROR_PATH_NOT_FOUND},
@@ -72,23 +49,18 @@ TEST_F(CcixmlFaultTest, EachGivesItsCode) {
       {"SysAllocString", load, kXmlNoDocumentClass},
       {"IXMLDOMDocument::load", load, ERROR_INVALID_DATA},
   };
-  for (const Case& c : cases)
+  for (const auto& c : cases) {
     EXPECT_EQ(WithFault(c.function, 1, c.body), c.code) << c.function;
+  }
   EXPECT_TRUE(nodes_.empty());
-  EXPECT_EQ(*value, 0);
+  EXPECT_EQ(*value_, 0);
   EXPECT_EQ(all(), kOk);  // the document is still there
-}
-
-TEST_F(CcixmlFaultTest, NodesBeforeAFailureStay) {
-  EXPECT_EQ(WithFault("IXMLDOMNodeList::get_item", 3,
-                      [&] { return xml_.GetPathedNodeListAsArray(W("A"), nodes_); }),
-            kXmlParseError);
-  EXPECT_EQ(nodes_.size(), 2u);
+  EXPECT_EQ(WithFault("IXMLDOMNodeList::get_item", 2, array), kXmlParseError);
+  EXPECT_EQ(nodes_.size(), 1u);  // what was read before stays
 }
 
 TEST_F(CcixmlFaultTest, AnErrorThatCannotBeReadIsNotRecorded) {
-  WCHAR value[CCIXML::kValueChars] = {};
-  const auto missing = [&] { return xml_.GetAttributeValue(node_.Get(), W("Missing"), value); };
+  const auto missing = [&] { return xml_.GetAttributeValue(node_.Get(), W("Missing"), value_); };
   EXPECT_EQ(WithFault("IXMLDOMNode::get_ownerDocument", 1, missing), DWORD{ERROR_PATH_NOT_FOUND});
   EXPECT_EQ(WithFault("IXMLDOMDocument::get_parseError", 1, missing), DWORD{ERROR_INVALID_DATA});
   const auto load = [&] { return xml_.Load(W("no such file.xml")); };
@@ -96,44 +68,33 @@ TEST_F(CcixmlFaultTest, AnErrorThatCannotBeReadIsNotRecorded) {
   EXPECT_EQ(ErrorTextOf(xml_), W(""));
 }
 
-TEST_F(CcixmlFaultTest, AnUnexpectedExceptionIsRecordedAndTraced) {
-  Node out;
-  const WString trace = TextOf([&] {
-    EXPECT_EQ(
-        WithFault("SysAllocString", 1, [&] { return xml_.GetPathedNode(node_.Get(), W("A"), out.Put()); }),
-        kXmlGpf);
-  });
+TEST_F(CcixmlFaultTest, AreTraced) {
+  const auto select = [&] { return xml_.GetPathedNode(node_.Get(), W("A"), out_.Put()); };
+  WString trace = TextOf([&] { EXPECT_EQ(WithFault("SysAllocString", 1, select), kXmlGpf); });
   EXPECT_NE(trace.find(W("  Error in CCIXML::GetPathedNode\r\n")), WString::npos);
   EXPECT_EQ(ErrorTextOf(xml_),
             W("\r\n\r\n !!!!! XML Error :GPF in CCIXML::GetPathedNode function  !!!!!!!!!!!!!!\r\n\r\n"));
-}
-
-TEST_F(CcixmlFaultTest, TriesEachClassOfDocument) {
-  const WString trace = TextOf([&] {
-    EXPECT_EQ(WithFault("CoCreateInstance", 1, [&] { return xml_.Load(file_.Path().c_str()); }), kOk);
-  });
+  // The next class of document does as well.
+  trace = TextOf(
+      [&] { EXPECT_EQ(WithFault("CoCreateInstance", 1, [&] { return xml_.Load(file_.Path()); }), kOk); });
   EXPECT_NE(trace.find(W("  Failed to CoCreateInstance DOMDocument60\r\n")), WString::npos);
   EXPECT_EQ(trace.find(W("DOMDocument30")), WString::npos);
 }
 
 TEST_F(CcixmlFaultTest, ErrorTextsOfUpTo256CharactersAreGiven) {
   // A longer name of the element in error makes the reason longer, one character for one.
-  const auto describe = [](size_t name_chars, WString* text) {
-    const XmlFile bad("ccixml-long.xml", "<R>\n<" + std::string(name_chars, 'n') + ">\n</R>");
+  const auto length_with = [](size_t name_chars) {
+    const XmlFile bad("<R>\n<" + std::string(name_chars, 'n') + ">\n</R>");
     CCIXML xml;
-    EXPECT_EQ(xml.Load(bad.Path().c_str()), DWORD{ERROR_INVALID_DATA});
-    *text = ErrorTextOf(xml);
+    EXPECT_EQ(xml.Load(bad.Path()), DWORD{ERROR_INVALID_DATA});
+    return ErrorTextOf(xml).size();
   };
-  WString shortest;
-  describe(1, &shortest);
-  ASSERT_GT(shortest.size(), 10u);
-  const size_t rest = shortest.size() - 1;
+  const size_t rest = length_with(1) - 1;
+  ASSERT_GT(rest, 10u);
   for (const size_t length : {size_t{255}, size_t{256}, size_t{257}}) {
-    WString text;
-    describe(length - rest, &text);
-    EXPECT_EQ(text.size(), length <= 256 ? 255u : 0u) << length;
+    EXPECT_EQ(length_with(length - rest), length <= 256 ? 255u : 0u) << length;
   }
 }
 
 }  // namespace
-}  // namespace custom_bidi
+}  // namespace custom_bidi::test

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 #include "src/trace/trace_log.h"
 
@@ -24,8 +23,9 @@ class TraceFileTest : public testing::Test {
 
   void TearDown() override {
     std::filesystem::remove(file_);
-    if (folder_is_ours_)
+    if (folder_is_ours_) {
       std::filesystem::remove(file_.parent_path());
+    }
   }
 
   /// What the trace says about `body`.
@@ -40,30 +40,26 @@ class TraceFileTest : public testing::Test {
       trace_internal::g_switch = false;
     }
     std::ifstream file(file_, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
     EXPECT_EQ(bytes.size() % 2, 0u);
-    WString text;
-    for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-      const auto low = static_cast<uint8_t>(bytes[i]);
-      const auto high = static_cast<uint8_t>(bytes[i + 1]);
-      text.push_back(static_cast<WCHAR>(high << 8 | low));
-    }
+    WString text(bytes.size() / 2, 0);
+    bytes.copy(reinterpret_cast<char*>(text.data()), text.size() * 2);
     return text;
   }
 
   static constexpr size_t kStampChars = 16;  // [09:05:03.007] and two blanks
 
-  /// The message of a text that is one line, without stamp and line end.
-  static WString MessageOf(const WString& line) {
-    EXPECT_GE(line.size(), kStampChars + 2);
-    if (line.size() < kStampChars + 2)
-      return {};
-    EXPECT_EQ(line.substr(line.size() - 2), W("\r\n"));
-    return line.substr(kStampChars, line.size() - kStampChars - 2);
+  /// The one line's message that the trace has about `body`, without stamp and line end.
+  template <class Body>
+  WString MessageOf(Body&& body) {
+    const WString line = TextOf(body);
+    EXPECT_TRUE(line.size() >= kStampChars && line.ends_with(W("\r\n")));
+    return line.substr(std::min(kStampChars, line.size()), line.size() - kStampChars - 2);
   }
 
- private:
   std::filesystem::path file_;
+
+ private:
   bool folder_is_ours_ = false;
 };
 

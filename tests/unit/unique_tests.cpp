@@ -2,62 +2,41 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <string>
 
 namespace custom_bidi {
 namespace {
 
-std::vector<int> g_closed;
+std::string g_closed;
 
-struct NumberTraits {
-  using Value = int;
-  static Value Empty() { return -1; }
+struct LetterTraits {
+  using Value = char;
+  static Value Empty() { return ' '; }
   static void Close(Value value) {
-    g_closed.push_back(value);
+    g_closed += value;
     SetLastError(ERROR_INVALID_HANDLE);
   }
 };
-using Number = Unique<NumberTraits>;
+using Letter = Unique<LetterTraits>;
 
-class UniqueTest : public testing::Test {
- protected:
-  void SetUp() override { g_closed.clear(); }
-};
-
-TEST_F(UniqueTest, ClosesOnceAndKeepsTheLastError) {
+TEST(Unique, ClosesOnceAndKeepsTheLastError) {
   SetLastError(ERROR_FILE_NOT_FOUND);
   {
-    const Number empty;
-    const Number zero(0);  // not the empty value
-    EXPECT_FALSE(empty);
-    EXPECT_TRUE(zero);
+    const Letter empty;
+    const Letter zero('\0');  // not the empty value
+    EXPECT_TRUE(!empty && zero);
+    Letter letter(Letter('a'));
+    letter = Letter('b');
+    Letter& same = letter;
+    letter = std::move(same);
+    EXPECT_EQ(g_closed, "a");
+    *letter.Put() = 'c';
+    letter.Reset('d');
+    EXPECT_EQ(g_closed, "abc");
+    EXPECT_EQ(letter.Release(), 'd');
   }
-  EXPECT_EQ(g_closed, std::vector<int>{0});
+  EXPECT_EQ(g_closed, std::string("abc") + '\0');
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-}
-
-TEST_F(UniqueTest, MovesWithoutClosing) {
-  Number first(1);
-  Number second(std::move(first));
-  Number third(3);
-  third = std::move(second);
-  EXPECT_EQ(g_closed, std::vector<int>{3});
-  EXPECT_EQ(third.Get(), 1);
-  Number& same = third;
-  third = std::move(same);
-  EXPECT_EQ(third.Get(), 1);
-  EXPECT_EQ(g_closed, std::vector<int>{3});
-}
-
-TEST_F(UniqueTest, PutAndResetCloseWhatWasHeld) {
-  Number number(1);
-  *number.Put() = 2;
-  EXPECT_EQ(g_closed, std::vector<int>{1});
-  number.Reset(3);
-  EXPECT_EQ(g_closed, (std::vector<int>{1, 2}));
-  EXPECT_EQ(number.Release(), 3);
-  number.Reset();
-  EXPECT_EQ(g_closed, (std::vector<int>{1, 2}));
 }
 
 }  // namespace

@@ -1,20 +1,278 @@
+// The command line: what every command takes, how its help reads, and which function it runs.
+
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "tools/bidictl/command.h"
-#include "tools/bidictl/console.h"
+#include "tools/bidictl/commands/commands.h"
 
 namespace custom_bidi_tools {
 
 namespace {
 
+/// What the command line says. A command runs while the line is parsed and leaves the program's exit code.
+struct CommandLine {
+  ItemsOptions items;
+  StatusOptions status;
+  std::string port_queue;
+  PasswordOptions password;
+  CertificateOptions certificate;
+  QueueOptions queue;
+  TraceOptions trace;
+  int exit_code = kExitDone;
+};
+
+void AddItems(CLI::App& program, CommandLine& line) {
+  auto* command = program.add_subcommand("items", "Read the data items of a queue's printer, as JSON");
+  auto& options = line.items;
+  command->add_option("QUEUE", options.queue, "Name of the print queue")->required();
+  command->add_option("--default-cid", options.default_cid, "CID to answer with when the device names none")
+      ->type_name("CID");
+  command
+      ->add_option("--name", options.names, "Item to read, instead of all of the data map; may be repeated")
+      ->type_name("NAME")
+      ->expected(1)
+      ->take_all();
+  command->add_flag("--pretty", options.pretty, "Show a table instead of JSON");
+  command->footer(
+      "Examples:\n"
+      "  bidictl items Office --pretty\n"
+      "  bidictl items Office --name MediaSize --name Duplex\n"
+      "  bidictl items Office --default-cid VX_PS\n"
+      "\n"
+      "The table is as wide as COLUMNS says, else as the terminal, else 100 characters.\n"
+      "Exit codes: 0 items were read, 1 none could be read.");
+  command->callback([&line] { line.exit_code = RunItems(line.items); });
+}
+
+void AddStatus(CLI::App& program, CommandLine& line) {
+  auto* command = program.add_subcommand("status", "Read the state of the printer at an address, as JSON");
+  command->add_option("ADDRESS", line.status.address, "The printer's IP address")->required();
+  command->add_flag("--pretty", line.status.pretty, "Show the state in words instead of JSON");
+  command->footer(
+      "Examples:\n"
+      "  bidictl status 192.0.2.10\n"
+      "  bidictl status 192.0.2.10 --pretty\n"
+      "\n"
+      "The error state is answered as a number, which does not tell how many bytes the printer gave. "
+      "--pretty reads\n"
+      "a number up to 255 as one byte and a greater one by its first two bytes, so 00 80 is shown as 80 "
+      "would be.\n"
+      "Exit codes: 0 there was an answer, which may say that the printer could not be read; 1 there was "
+      "none.");
+  command->callback([&line] { line.exit_code = RunStatus(line.status); });
+}
+
+void AddPort(CLI::App& program, CommandLine& line) {
+  auto* command = program.add_subcommand("port", "Say whether a device answers behind a queue's port");
+  command->add_option("QUEUE", line.port_queue, "Name of the print queue")->required();
+  command->footer(
+      "Example:\n"
+      "  bidictl port Office && echo connected\n"
+      "\n"
+      "Exit codes: 0 a network device answers, 1 it does not answer, 2 there is no network device behind the "
+      "port,\n"
+      "3 the question could not be answered.");
+  command->callback([&line] { line.exit_code = RunPort(line.port_queue); });
+}
+
+void AddPasswordOperation(CLI::App& group,
+                          const std::string& name,
+                          const std::string& description,
+                          CommandLine& line,
+                          int (*run)(const PasswordOptions&)) {
+  auto* command = group.add_subcommand(name, description);
+  auto& options = line.password;
+  command->add_option("QUEUE", options.queue, "Name of the print queue")->required();
+  command->add_option("--user", options.user, "The user whose password it is")->type_name("USER")->required();
+  command->add_option("--target", options.target, "The vault's name for what it is a password of")
+      ->type_name("TARGET")
+      ->required();
+  command->callback([&line, run] { line.exit_code = run(line.password); });
+}
+
+void AddPassword(CLI::App& program, CommandLine& line) {
+  auto* group = program.add_subcommand("password", "Save, test and delete a password in the vault");
+  group->require_subcommand(1);
+  group->footer(
+      "Examples:\n"
+      "  bidictl password save Office --user jdoe --target secure-print\n"
+      "  bidictl password test Office --user jdoe --target secure-print && echo there\n"
+      "  bidictl password delete Office --user jdoe --target secure-print\n"
+      "\n"
+      "'save' asks for the password, twice and without showing it. When standard input is no terminal, all "
+      "bytes up to\n"
+      "its end are the password, without one line end behind them. The command line never holds it.\n"
+      "Exit codes: 0 done, or there is one; 1 failed, or there is none. 'test' also ends with 1 when the "
+      "vault could\n"
+      "not be asked: the library does not tell the two apart, but its trace does.");
+  AddPasswordOperation(*group, "save", "Save a password, in place of one that is there", line,
+                       RunPasswordSave);
+  AddPasswordOperation(*group, "test", "Say whether there is a password", line, RunPasswordTest);
+  AddPasswordOperation(*group, "delete", "Delete a password", line, RunPasswordDelete);
+}
+
+CLI::App* AddCertificateOperation(CLI::App& group,
+                                  const std::string& name,
+                                  const std::string& description,
+                                  CommandLine& line,
+                                  int (*run)(const CertificateOptions&)) {
+  auto* command = group.add_subcommand(name, description);
+  command->add_option("QUEUE", line.certificate.queue, "Name of the print queue")->required();
+  command->add_option("--user", line.certificate.user, "The user whom the vault's copy is kept for")
+      ->type_name("USER")
+      ->required();
+  command->callback([&line, run] { line.exit_code = run(line.certificate); });
+  return command;
+}
+
+void AddCertificateShow(CLI::App& group, CommandLine& line) {
+  auto& options = line.certificate;
+  auto* command = AddCertificateOperation(group, "show", "Show the printer's certificate and its warnings",
+                                          line, RunCertificateShow);
+  command
+      ->add_option(
+          "--mode", options.mode,
+          "0: certificate, warnings and UUID from the printer's address (the default); 1: what there "
+          "is without an address")
+      ->type_name("N");
+  auto* pem = command->add_flag("--pem", options.pem, "Print the certificate as PEM instead");
+  command->add_option("--der", options.der_file, "Write the certificate into this file instead")
+      ->type_name("FILE")
+      ->excludes(pem);
+  command->footer("Exit codes: 0 done, 1 no certificate could be read.");
+}
+
+void AddCertificateVerify(CLI::App& group, CommandLine& line) {
+  AddCertificateOperation(group, "verify", "Check the printer's certificate against the vault's copy", line,
+                          RunCertificateVerify)
+      ->footer(
+          "Exit codes: 0 it is the vault's copy and its dates hold; 1 it could not be read or checked; 2 the "
+          "vault "
+          "has no\n"
+          "copy; 3 the dates do not hold; 4 it is another one than the vault's copy; 5 a warning ended the "
+          "check. "
+          "The\n"
+          "greatest that applies counts.");
+}
+
+void AddCertificateTrust(CLI::App& group, CommandLine& line) {
+  auto* command = AddCertificateOperation(group, "trust", "Keep the printer's certificate in the vault", line,
+                                          RunCertificateTrust);
+  command->add_flag("--yes", line.certificate.yes, "Replace another certificate without asking");
+  command->footer(
+      "It is kept for 'verify' under the name Vexmo.VIB.NQDRV4.<user>.<device UUID>. Look at its thumbprint "
+      "with 'show'\n"
+      "first: whatever the printer gives now is what it is compared with from then on. An entry that is "
+      "another\n"
+      "certificate, or none at all, is replaced when you say so; without a terminal and without --yes it "
+      "stays.\n"
+      "Exit codes: 0 it is kept, 1 it is not.");
+}
+
+void AddCertificate(CLI::App& program, CommandLine& line) {
+  auto* group =
+      program.add_subcommand("certificate", "Show, verify and trust the certificate of a queue's printer");
+  group->require_subcommand(1);
+  group->footer(
+      "Examples:\n"
+      "  bidictl certificate show Office --user jdoe\n"
+      "  bidictl certificate trust Office --user jdoe\n"
+      "  bidictl certificate verify Office --user jdoe");
+  AddCertificateShow(*group, line);
+  AddCertificateVerify(*group, line);
+  AddCertificateTrust(*group, line);
+}
+
+void AddQueueAdd(CLI::App& group, CommandLine& line) {
+  auto* command = group.add_subcommand("add", "Add a queue on a port");
+  command->add_option("QUEUE", line.queue.name, "Name of the new queue")->required();
+  command->add_option("--port", line.queue.port, "Its port, such as a printer's IP address")
+      ->type_name("PORT")
+      ->required();
+  command->footer(
+      "Example:\n"
+      "  bidictl queue add Office --port 192.0.2.10\n"
+      "\n"
+      "On Windows the queue gets a driver that prints nothing, and a port that the spooler does not know yet "
+      "is made\n"
+      "as a local port; this takes an administrator.\n"
+      "Exit codes: 0 done, 1 it could not be added, among others because there is a queue of that name.");
+  command->callback([&line] { line.exit_code = RunQueueAdd(line.queue); });
+}
+
+void AddQueues(CLI::App& program, CommandLine& line) {
+  auto* group = program.add_subcommand("queue", "Add, list and remove print queues");
+  group->require_subcommand(1);
+  group->footer(
+      "Examples:\n"
+      "  bidictl queue add Office --port 192.0.2.10\n"
+      "  bidictl queue list\n"
+      "  bidictl queue remove Office");
+  AddQueueAdd(*group, line);
+
+  auto* list = group->add_subcommand("list", "List the queues with their ports");
+  list->footer("Exit codes: 0 done, 1 the queues could not be read.");
+  list->callback([&line] { line.exit_code = RunQueueList(); });
+
+  auto* remove = group->add_subcommand("remove", "Remove a queue");
+  remove->add_option("QUEUE", line.queue.name, "Name of the queue")->required();
+  remove->footer("Example:\n  bidictl queue remove Office\n\nExit codes: 0 done, 1 it could not be removed.");
+  remove->callback([&line] { line.exit_code = RunQueueRemove(line.queue); });
+}
+
+void AddTraceSwitch(CLI::App& group,
+                    const std::string& name,
+                    const std::string& description,
+                    CommandLine& line,
+                    bool on) {
+  auto* command = group.add_subcommand(name, description);
+  command->add_option("QUEUE", line.trace.queue, "Name of the print queue")->required();
+  command->callback([&line, on] { line.exit_code = RunTraceSwitch(line.trace, on); });
+}
+
+CLI::App* AddTraceOutput(CLI::App& group,
+                         const std::string& name,
+                         const std::string& description,
+                         CommandLine& line,
+                         int (*run)(const TraceOptions&)) {
+  auto* command = group.add_subcommand(name, description);
+  command->add_option("QUEUE", line.trace.queue,
+                      "Name of a print queue; the trace of all queues is in one file");
+  command->callback([&line, run] { line.exit_code = run(line.trace); });
+  return command;
+}
+
+void AddTrace(CLI::App& program, CommandLine& line) {
+  auto* group = program.add_subcommand("trace", "Switch the trace of a queue and read the trace file");
+  group->require_subcommand(1);
+  group->footer(
+      "Examples:\n"
+      "  bidictl trace on Office\n"
+      "  bidictl items Office\n"
+      "  bidictl trace show\n"
+      "\n"
+      "Exit codes: 0 done, 1 no such queue or no trace file.");
+  AddTraceSwitch(*group, "on", "Switch the trace of a queue on, and make the trace file's folder", line,
+                 true);
+  AddTraceSwitch(*group, "off", "Switch the trace of a queue off", line, false);
+  AddTraceOutput(*group, "show", "Print the trace file as UTF-8", line, RunTraceShow);
+  AddTraceOutput(*group, "follow", "Print what is traced from now on, until interrupted", line,
+                 RunTraceFollow)
+      ->add_option("--seconds", line.trace.seconds, "End after this many seconds")
+      ->type_name("N")
+      ->check(CLI::Range(1, 86400));
+}
+
 /// The parser would only say that a command is missing.
 void CheckCommandName(const CLI::App& program, const std::vector<std::string>& arguments) {
-  if (arguments.empty() || arguments.front().starts_with('-'))
+  if (arguments.empty() || arguments.front().starts_with('-')) {
     return;
+  }
   const auto& name = arguments.front();
   const auto is_it = [&name](const CLI::App* command) { return command->check_name(name); };
-  if (program.get_subcommands(is_it).empty())
+  if (program.get_subcommands(is_it).empty()) {
     throw CommandError("there is no command '" + name + "' ('bidictl --help' lists them)", kExitUsage);
+  }
 }
 
 int RunBidictl(std::vector<std::string> arguments) {
@@ -30,24 +288,21 @@ int RunBidictl(std::vector<std::string> arguments) {
       "'bidictl COMMAND --help' tells more. Exit codes: 0 done, 1 failed, 64 the command line was not "
       "understood;\n"
       "'port' and 'certificate verify' have their own.");
-  int exit_code = kExitDone;
-  AddItemsCommand(program, exit_code);
-  AddStatusCommand(program, exit_code);
-  AddPortCommand(program, exit_code);
-  AddPasswordCommand(program, exit_code);
-  AddCertificateCommand(program, exit_code);
-  AddQueueCommand(program, exit_code);
-  AddTraceCommand(program, exit_code);
+  CommandLine line;
+  for (const auto add : {AddItems, AddStatus, AddPort, AddPassword, AddCertificate, AddQueues, AddTrace}) {
+    add(program, line);
+  }
 
   try {
     CheckCommandName(program, arguments);
     std::ranges::reverse(arguments);  // the parser takes them from the back
     program.parse(std::move(arguments));
     FlushOutput();
-    return exit_code;
+    return line.exit_code;
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
       return program.exit(error);  // --help and --version
+    }
     Complain(std::string(error.what()) + " ('bidictl --help' tells more)");
     return kExitUsage;
   } catch (const CommandError& error) {

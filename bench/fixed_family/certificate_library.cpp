@@ -1,3 +1,0 @@
-// Nothing in it is ever asked for.
-
-extern "C" void FixedCertificateLibrary() {}

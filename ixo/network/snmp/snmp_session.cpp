@@ -1,0 +1,426 @@
+#include "ixo/network/snmp/snmp_session.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <numeric>
+
+namespace custom_bidi::network {
+namespace {
+
+/// RFC 2578, section 3.5.
+constexpr size_t kMinNumbers = 2;
+constexpr size_t kMaxNumbers = 128;
+
+/// The first two numbers are encoded as one (X.690, section 8.19.4).
+bool AreFirstNumbersValid(const Oid& object) {
+  return object[0] < 2 ? object[1] < 40 : object[0] == 2;
+}
+
+size_t EncodedNumberBytes(oid number) {
+  size_t bytes = 1;
+  while (number >>= 7) {
+    ++bytes;
+  }
+  return bytes;
+}
+
+/// With the type and the length in front.
+size_t WithHeader(size_t content_bytes) {
+  return content_bytes + (content_bytes < 128 ? 2 : content_bytes < 256 ? 3 : 4);
+}
+
+SnmpValue Integer(long integer) {
+  return {.kind = SnmpValue::Kind::kInteger, .integer = static_cast<int32_t>(integer)};
+}
+
+SnmpValue Unsigned(long number) {
+  return {.kind = SnmpValue::Kind::kUnsigned, .number = static_cast<uint32_t>(number)};
+}
+
+SnmpValue Octets(const u_char* bytes, size_t length) {
+  return {.kind = SnmpValue::Kind::kOctets, .bytes = {bytes, bytes + length}};
+}
+
+SnmpValue Text(std::string text) {
+  return {.kind = SnmpValue::Kind::kText, .bytes = std::move(text)};
+}
+
+std::string Counter64ToText(const counter64& counter) {
+  return std::to_string(uint64_t{counter.high} << 32 | (counter.low & 0xFFFFFFFF));
+}
+
+template <class Number>
+std::string JoinByDots(std::span<const Number> numbers) {
+  std::string text;
+  for (const Number number : numbers) {
+    text += (text.empty() ? "" : ".") + std::to_string(number);
+  }
+  return text;
+}
+
+DWORD CodeFromErrno(int error) {
+  switch (error) {
+    case 0:
+    case EAGAIN:  // a datagram that was damaged on its way is there for poll and not for its reader
+    case EINTR:
+      return ERROR_SUCCESS;
+    case ECONNREFUSED:
+      return kConnectionRefused;
+    default:
+      return kHostUnreachable;
+  }
+}
+
+/// The sockets of a session in the form that net-snmp wants them in.
+class Sockets {
+ public:
+  Sockets(const SnmpAccess& net_snmp, void* session) : net_snmp_(net_snmp) {
+    net_snmp_->Call<&::netsnmp_large_fd_set_init>(&sockets_, FD_SETSIZE);
+    NETSNMP_LARGE_FD_ZERO(&sockets_);
+    int count = 0;
+    net_snmp_->Call<&::snmp_sess_select_info2>(session, &count, &sockets_, &wait_, &is_idle_);
+  }
+  ~Sockets() { net_snmp_->Call<&::netsnmp_large_fd_set_cleanup>(&sockets_); }
+  Sockets(const Sockets&) = delete;
+  Sockets& operator=(const Sockets&) = delete;
+
+  netsnmp_large_fd_set* Get() { return &sockets_; }
+
+  /// How long until a request is due to be sent again; nothing when no answer is waited for.
+  std::optional<int> WaitMs() const {
+    if (is_idle_) {
+      return std::nullopt;
+    }
+    return static_cast<int>(wait_.tv_sec * 1000 + (wait_.tv_usec + 999) / 1000);
+  }
+
+ private:
+  const SnmpAccess& net_snmp_;
+  netsnmp_large_fd_set sockets_;
+  timeval wait_{};
+  int is_idle_ = 1;
+};
+
+/// Turns a passphrase into a user's key (RFC 3414, section 2.6).
+bool MakeKey(const SnmpAccess& net_snmp,
+             const netsnmp_session& session,
+             const std::string& passphrase,
+             std::span<u_char> key,
+             size_t& key_bytes) {
+  key_bytes = key.size();
+  return net_snmp->Call<&::generate_Ku>(session.securityAuthProto,
+                                        static_cast<u_int>(session.securityAuthProtoLen),
+                                        reinterpret_cast<const u_char*>(passphrase.data()), passphrase.size(),
+                                        key.data(), &key_bytes) == SNMPERR_SUCCESS;
+}
+
+/// The names of the protocols are those that net-snmp's own configuration has.
+DWORD SetUser(const SnmpAccess& net_snmp, const SnmpSettings& settings, netsnmp_session& session) {
+  net_snmp.AddUserSecurity();
+  const int authentication = net_snmp->Call<&::usm_lookup_auth_type>(settings.authentication.c_str());
+  const int privacy = net_snmp->Call<&::usm_lookup_priv_type>(settings.privacy.c_str());
+  if (authentication < 0 || privacy < 0) {
+    return kNotSupported;
+  }
+  session.securityModel = SNMP_SEC_MODEL_USM;
+  session.securityLevel = SNMP_SEC_LEVEL_AUTHPRIV;
+  session.securityNameLen = settings.user.size();
+  session.securityAuthProto =
+      net_snmp->Call<&::sc_get_auth_oid>(authentication, &session.securityAuthProtoLen);
+  session.securityPrivProto = net_snmp->Call<&::sc_get_priv_oid>(privacy, &session.securityPrivProtoLen);
+  const bool has_keys = (session.securityAuthProto != nullptr) && (session.securityPrivProto != nullptr) &&
+                        MakeKey(net_snmp, session, settings.authentication_passphrase,
+                                session.securityAuthKey, session.securityAuthKeyLen) &&
+                        MakeKey(net_snmp, session, settings.privacy_passphrase, session.securityPrivKey,
+                                session.securityPrivKeyLen);
+  return has_keys ? DWORD{ERROR_SUCCESS} : kNotSupported;
+}
+
+/// Makes the session's user known to net-snmp as one of its engine. The process may have had the same user
+/// with other passphrases before, which net-snmp would keep.
+bool RegisterUser(const SnmpAccess& net_snmp, netsnmp_session& session) {
+  if (auto* const user = net_snmp->Call<&::usm_get_user>(session.securityEngineID,
+                                                         session.securityEngineIDLen, session.securityName)) {
+    net_snmp->Call<&::usm_remove_user>(user);
+    net_snmp->Call<&::usm_free_user>(user);
+  }
+  return net_snmp->Call<&::usm_create_user_from_session>(&session) == SNMPERR_SUCCESS;
+}
+
+long NetSnmpVersion(SnmpSettings::Version version) {
+  switch (version) {
+    case SnmpSettings::Version::k1:
+      return SNMP_VERSION_1;
+    case SnmpSettings::Version::k3:
+      return SNMP_VERSION_3;
+    default:
+      return SNMP_VERSION_2c;
+  }
+}
+
+SnmpAnswer ReadAnswer(const netsnmp_pdu& pdu) {
+  SnmpAnswer answer{.is_report = pdu.command != SNMP_MSG_RESPONSE,
+                    .error_status = pdu.errstat,
+                    .error_index = pdu.errindex};
+  for (const netsnmp_variable_list* variable = pdu.variables; variable != nullptr;
+       variable = variable->next_variable) {
+    answer.variables.push_back(
+        {.object = {variable->name, variable->name + variable->name_length}, .value = ValueOf(*variable)});
+  }
+  return answer;
+}
+
+}  // namespace
+
+std::optional<Oid> ParseOid(std::string_view text) {
+  Oid object;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (true) {
+    uint32_t number = 0;
+    const auto [after, error] = std::from_chars(at, end, number);
+    if (error != std::errc() || object.size() == kMaxNumbers) {
+      return std::nullopt;
+    }
+    object.push_back(number);
+    if (after == end) {
+      break;
+    }
+    if (*after != '.') {
+      return std::nullopt;
+    }
+    at = after + 1;
+  }
+  if (object.size() < kMinNumbers || !AreFirstNumbersValid(object)) {
+    return std::nullopt;
+  }
+  return object;
+}
+
+std::string OidToText(std::span<const oid> numbers) {
+  return JoinByDots(numbers);
+}
+
+size_t EncodedBytes(const Oid& object) {
+  constexpr size_t kNull = 2;  // which stands where the value will be
+  const size_t name =
+      WithHeader(std::accumulate(object.begin() + 1, object.end(), size_t{0}, [](size_t bytes, oid number) {
+        return bytes + EncodedNumberBytes(number);
+      }));
+  return WithHeader(name + kNull);
+}
+
+std::optional<SnmpValue> ValueOf(const netsnmp_variable_list& variable) {
+  switch (variable.type) {
+    case ASN_INTEGER:
+      return Integer(*variable.val.integer);
+    case ASN_COUNTER:
+    case ASN_GAUGE:
+    case ASN_TIMETICKS:
+    case ASN_UINTEGER:
+      return Unsigned(*variable.val.integer);
+    case ASN_OCTET_STR:
+    case ASN_OPAQUE:
+    case ASN_NSAP:
+    case ASN_BIT_STR:
+      return Octets(variable.val.string, variable.val_len);
+    case ASN_OBJECT_ID:
+      return Text(OidToText({variable.val.objid, variable.val_len / sizeof(oid)}));
+    case ASN_IPADDRESS:
+      return Text(JoinByDots(std::span<const u_char>(variable.val.string, variable.val_len)));
+    case ASN_COUNTER64:
+      return Text(Counter64ToText(*variable.val.counter64));
+    default:
+      return std::nullopt;
+  }
+}
+
+DWORD SnmpSession::Open(const SocketAddress& address,
+                        SnmpSettings::Version version,
+                        const SnmpSettings& settings) {
+  std::string peer = (address.IsIpv6() ? "udp6:" : "udp:") + address.ToText();
+  std::string community = settings.community;
+  std::string user = settings.user;
+  const SnmpAccess net_snmp;
+  if (!net_snmp) {
+    return kNotSupported;
+  }
+  netsnmp_session wanted;
+  net_snmp->Call<&::snmp_sess_init>(&wanted);
+  wanted.version = NetSnmpVersion(version);
+  wanted.peername = peer.data();
+  wanted.retries = settings.retries;
+  wanted.myvoid = this;
+  needs_engine_ = version == SnmpSettings::Version::k3;
+  if (needs_engine_) {
+    wanted.securityName = user.data();
+    if (const DWORD code = SetUser(net_snmp, settings, wanted)) {
+      return code;
+    }
+  } else {
+    wanted.community = reinterpret_cast<u_char*>(community.data());
+    wanted.community_len = community.size();
+  }
+  session_.reset(net_snmp->Call<&::snmp_sess_open>(&wanted));
+  if (!session_) {
+    return kHostUnreachable;
+  }
+  // Opening clears this, and then net-snmp would look for the engine by itself: in its own time, which is
+  // without end when datagrams keep coming.
+  net_snmp->Call<&::snmp_sess_session>(session_.get())->flags |= SNMP_FLAGS_DONT_PROBE;
+  socket_ = net_snmp->Call<&::snmp_sess_transport>(session_.get())->sock;
+  return Connect(address);
+}
+
+/// A connected socket takes in only what the agent sends, and learns when nobody has the agent's port.
+DWORD SnmpSession::Connect(const SocketAddress& address) {
+  fcntl(socket_, F_SETFL, fcntl(socket_, F_GETFL) | O_NONBLOCK);
+  fcntl(socket_, F_SETFD, FD_CLOEXEC);
+  return connect(socket_, address.Get(), address.length) == 0 ? DWORD{ERROR_SUCCESS} : CodeFromErrno(errno);
+}
+
+DWORD SnmpSession::Get(std::span<const Oid> objects, Deadline deadline, SnmpAnswer& answer) {
+  if (needs_engine_) {
+    if (const DWORD code = FindEngine(deadline)) {
+      return code;
+    }
+  }
+  if (const DWORD code = SendGet(objects, deadline)) {
+    return code;
+  }
+  if (const DWORD code = Await(deadline)) {
+    return code;
+  }
+  answer = std::move(*answer_);
+  return answer.is_report ? kBadAnswer : DWORD{ERROR_SUCCESS};
+}
+
+/// Asks the agent for the name of its engine, of which the user's keys are made (RFC 3414, section 4).
+DWORD SnmpSession::FindEngine(Deadline deadline) {
+  if (const DWORD code = SendProbe(deadline)) {
+    return code;
+  }
+  if (const DWORD code = Await(deadline)) {
+    return code;
+  }
+  const SnmpAccess net_snmp;
+  netsnmp_session& session = *net_snmp->Call<&::snmp_sess_session>(session_.get());
+  if (session.securityEngineIDLen == 0 || !RegisterUser(net_snmp, session)) {
+    return kBadAnswer;
+  }
+  needs_engine_ = false;
+  return ERROR_SUCCESS;
+}
+
+DWORD SnmpSession::SendProbe(Deadline deadline) {
+  const SnmpAccess net_snmp;
+  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(SNMP_MSG_GET);
+  if (pdu == nullptr) {
+    throw std::bad_alloc();
+  }
+  pdu->version = SNMP_VERSION_3;
+  pdu->securityName = strdup("");
+  pdu->securityLevel = SNMP_SEC_LEVEL_NOAUTH;
+  pdu->securityModel = SNMP_SEC_MODEL_USM;
+  return Send(net_snmp, pdu, deadline);
+}
+
+DWORD SnmpSession::SendGet(std::span<const Oid> objects, Deadline deadline) {
+  const SnmpAccess net_snmp;
+  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(SNMP_MSG_GET);
+  if (pdu == nullptr) {
+    throw std::bad_alloc();
+  }
+  for (const Oid& object : objects) {
+    net_snmp->Call<&::snmp_add_null_var>(pdu, object.data(), object.size());
+  }
+  return Send(net_snmp, pdu, deadline);
+}
+
+/// The pdu is net-snmp's afterwards, or freed.
+DWORD SnmpSession::Send(const SnmpAccess& net_snmp, netsnmp_pdu* pdu, Deadline deadline) {
+  heard_ = false;
+  answer_.reset();
+  netsnmp_session* const session = net_snmp->Call<&::snmp_sess_session>(session_.get());
+  session->timeout = std::max(long{deadline.RemainingMs()} * 1000 / (session->retries + 1), 1L);
+  if (net_snmp->Call<&::snmp_sess_async_send>(session_.get(), pdu, TakeEvent, nullptr) != 0) {
+    return ERROR_SUCCESS;
+  }
+  net_snmp->Call<&::snmp_free_pdu>(pdu);
+  const DWORD code = CodeFromErrno(session->s_errno);
+  return code ? code : kHostUnreachable;
+}
+
+/// Nothing else than the answer that is waited for comes here, except reports. One that tells the agent's
+/// time makes net-snmp send the request again, by that time, and go on waiting.
+int SnmpSession::TakeEvent(int operation,
+                           netsnmp_session* session,
+                           int /*id*/,
+                           netsnmp_pdu* pdu,
+                           void* /*unused*/) noexcept {
+  constexpr int kDone = 1;
+  auto* const self = static_cast<SnmpSession*>(session->myvoid);
+  if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
+    return kDone;
+  }
+  try {
+    self->answer_ = ReadAnswer(*pdu);
+  } catch (const std::bad_alloc&) {
+    // As if it had not come.
+  }
+  return kDone;
+}
+
+/// net-snmp's own waiting (snmp_sess_synch_response) looks at the clock only when nothing comes.
+DWORD SnmpSession::Await(Deadline deadline) {
+  while (const std::optional<int> next_sending_ms = NextSendingMs()) {
+    if (deadline.IsOver()) {
+      return kTimeout;
+    }
+    pollfd file{.fd = socket_, .events = POLLIN, .revents = 0};
+    if (poll(&file, 1, std::min(*next_sending_ms, deadline.RemainingMs())) > 0) {
+      if (const DWORD code = Receive()) {
+        return code;
+      }
+    }
+    if (const DWORD code = SendAgain()) {
+      return code;
+    }
+  }
+  return answer_ ? DWORD{ERROR_SUCCESS} : kTimeout;
+}
+
+std::optional<int> SnmpSession::NextSendingMs() {
+  const SnmpAccess net_snmp;
+  return Sockets(net_snmp, session_.get()).WaitMs();
+}
+
+/// Takes in one datagram, or an error that one of ours has met with.
+DWORD SnmpSession::Receive() {
+  const SnmpAccess net_snmp;
+  Sockets sockets(net_snmp, session_.get());
+  netsnmp_session* const session = net_snmp->Call<&::snmp_sess_session>(session_.get());
+  net_snmp->Call<&::snmp_sess_read2>(session_.get(), sockets.Get());
+  const DWORD code = CodeFromErrno(session->s_errno);
+  heard_ = heard_ || session->s_errno == 0;
+  return code;
+}
+
+/// Sends again what is due.
+DWORD SnmpSession::SendAgain() {
+  const SnmpAccess net_snmp;
+  netsnmp_session* const session = net_snmp->Call<&::snmp_sess_session>(session_.get());
+  session->s_errno = 0;
+  net_snmp->Call<&::snmp_sess_timeout>(session_.get());
+  return CodeFromErrno(session->s_errno);
+}
+
+}  // namespace custom_bidi::network

@@ -1,0 +1,224 @@
+// How texts, tables, answers and certificates are shown, where the command line shows only some of the cases.
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tools/bidictl/platform/console.h"
+#include "tools/bidictl/text/bidictl_text.h"
+#include "tools/bidictl/text/printer_answers.h"
+#include "tools/bidictl/text/shown_certificate.h"
+
+namespace custom_bidi_tools {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+TEST(BidictlText, ConvertsWhatIsWellFormed) {
+  for (const char* text : {"", "Office", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80",
+                           "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"}) {
+    ASSERT_TRUE(ToWide(text)) << text;
+    EXPECT_EQ(ToUtf8(*ToWide(text)), text);
+  }
+  EXPECT_TRUE(*ToWide("\xF0\x9F\x98\x80") == (WideString{0xD83D, 0xDE00}));
+  for (const char* text : {"a\x80", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xE2\x82x", "\xC3\xC3\xA9",
+                           "\xC0\xAF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+                           "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF"}) {
+    EXPECT_FALSE(ToWide(text)) << text;
+  }
+  EXPECT_EQ(ToUtf8(WideString{0xDE00, 0xD83D, 'x', 0xD83D}), "\xEF\xBF\xBD\xEF\xBF\xBDx\xEF\xBF\xBD");
+}
+
+std::string FileBytes(const std::u16string& text) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    bytes += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+  }
+  return bytes;
+}
+
+TEST(TraceDecoder, IsTheSameForEveryCutOfTheFile) {
+  constexpr char16_t kHigh = 0xD83D;
+  constexpr char16_t kLow = 0xDE00;
+  const std::pair<std::string, std::string> cases[] = {
+      {FileBytes(u"[09:05]  Gr\u00FC \U0001F600\r\nr\ralone\r\n\nend\r\n"),
+       "[09:05]  Gr\xC3\xBC \xF0\x9F\x98\x80\nr\ralone\n\nend\n"},
+      {FileBytes(u"a") + "b", "a\xEF\xBF\xBD"},
+      {FileBytes({u'a', kHigh}), "a\xEF\xBF\xBD"},
+      {FileBytes({kHigh}) + "b", "\xEF\xBF\xBD"},
+      {FileBytes({kLow, u'-'}), "\xEF\xBF\xBD-"},
+      {FileBytes({kHigh, kHigh, kLow}), "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+      {FileBytes({kHigh, u'\r', u'\n'}), "\xEF\xBF\xBD\n"},
+      {FileBytes(u"a\r"), "a\r"}};
+  for (const auto& [bytes, expected] : cases) {
+    for (size_t first = 0; first <= bytes.size(); ++first) {
+      for (size_t second = first; second <= bytes.size(); ++second) {
+        TraceDecoder decoder;
+        std::string text = decoder.Decode(bytes.substr(0, first));
+        text += decoder.Decode(bytes.substr(first, second - first));
+        text += decoder.Decode(bytes.substr(second));
+        EXPECT_EQ(text + decoder.Finish(), expected) << first << ", " << second;
+        EXPECT_EQ(decoder.Decode(FileBytes(u"new")), "new") << "begins anew";
+      }
+    }
+  }
+}
+
+TEST(WrapText, CutsAtBlanksWhereItCan) {
+  const struct {
+    const char* text;
+    size_t width;
+    Lines lines;
+  } cases[] = {{"", 5, {""}},
+               {"abcde", 5, {"abcde"}},
+               {"abcde fgh", 5, {"abcde", "fgh"}},
+               {"ab cde", 5, {"ab", "cde"}},
+               {"abcdefgh", 5, {"abcde", "fgh"}},
+               {" abcdefg", 5, {" abcd", "efg"}},
+               {"aa bb cc dd", 5, {"aa bb", "cc dd"}},
+               {"ab", 0, {"a", "b"}},
+               {"\xC3\xBC\xC3\xBC\xF0\x9F\x98\x80", 2, {"\xC3\xBC\xC3\xBC", "\xF0\x9F\x98\x80"}},
+               {"a\tb\x1B[2J\x7F\xC2\x9B\xC2\xA0", 20, {"a b [2J  \xC2\xA0"}}};
+  for (const auto& row : cases) {
+    EXPECT_EQ(WrapText(row.text, row.width), row.lines) << row.text;
+  }
+}
+
+TEST(LayOut, AlignsValuesWithinTheWidth) {
+  EXPECT_EQ(LayOut({{"CID", "VX"}, {"Gr\xC3\xBC\xC3\x9F", "one two three four five six"}}, 30),
+            "CID   VX\nGr\xC3\xBC\xC3\x9F  one two three four five\n      six\n");
+  EXPECT_EQ(LayOut({{"CID", "VX"}, {"a-name-of-nearly-all-of-the-width", "value"}}, 40),
+            "CID  VX\na-name-of-nearly-all-of-the-width\n     value\n");
+  for (const size_t width : {42, 60, 100}) {
+    std::istringstream text(
+        LayOut({{"name", std::string(500, 'x')}, {std::string(19, 'n'), "a b c d e f g h i j k"}}, width));
+    for (std::string line; std::getline(text, line);) {
+      EXPECT_LE(line.size(), width) << line;
+    }
+  }
+}
+
+TEST(ItemRows, SortsAndJoinsLists) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"b": "2","a": "1","CID": ""})", "CID=;a=1;b=2;"},
+      {R"({"M_Value": "a4,a3, a5,","M": "Valid","CID": "X"})", "CID=X;M=a4, a3, a5,;"},
+      {R"({"M": "Valid","M_Value": "a,b","CID": "X"})", "CID=X;M=a, b;"},
+      {R"({"M": "Valid","CID": "X"})", "CID=X;M=Valid;"},
+      {R"({"M": "no","M_Value": "a,b","CID": "X"})", "CID=X;M=no;M_Value=a,b;"},
+      {R"({"CID": "item","CID": "device"})", "CID=device;"},
+      {R"({"M": "12" wide","CID": "X"})", "nothing"},
+      {R"({"M": "C:\temp\x","CID": "X"})", "nothing"},
+      {"\"text\"", "nothing"}};
+  for (const auto& [answer, expected] : cases) {
+    const auto rows = ItemRows(answer);
+    std::string text = rows ? "" : "nothing";
+    for (const auto& row : rows.value_or(std::vector<Row>())) {
+      text += row.name + "=" + row.value + ";";
+    }
+    EXPECT_EQ(text, expected) << answer;
+  }
+}
+
+TEST(StatusWords, ReadTheErrorStateByItsBytes) {
+  const std::pair<uint32_t, const char*> cases[] = {
+      {0x80, "lowPaper (0x80)"},
+      {0xFF, "lowPaper, noPaper, lowToner, noToner, doorOpen, jammed, offline, serviceRequested (0xFF)"},
+      {0x8810, "lowPaper, doorOpen, outputNearFull (0x8810)"},
+      {0x0102, "serviceRequested, overduePreventMaint (0x0102)"},
+      {0x40FE,
+       "noPaper, inputTrayMissing, outputTrayMissing, markerSupplyMissing, outputNearFull, outputFull, "
+       "inputTrayEmpty, overduePreventMaint (0x40FE)"},
+      {0x8001, "lowPaper, bits without a name (0x8001)"},
+      {0x400000, "noPaper (0x400000)"},
+      {0x408001, "noPaper, inputTrayMissing, bits without a name (0x408001)"},
+      {0x04000000, "jammed (0x4000000)"},
+      {0x00010001, "serviceRequested, bits without a name (0x10001)"}};
+  for (const auto& [code, errors] : cases) {
+    EXPECT_EQ(ExplainStatus({0, 2, code}),
+              "printer state  no value (0)\n"
+              "response code  the device is testing itself, or is down and neither idle nor printing (2)\n"
+              "error state    " +
+                  std::string(errors) + "\n");
+  }
+  EXPECT_TRUE(ExplainStatus({6, 3, 0}).starts_with(
+      "printer state  not a known state (6)\nresponse code  not a known code (3)\n"));
+  EXPECT_EQ(PrinterStateName(-1), PrinterStateName(6));
+  EXPECT_EQ(PrinterStateName(5), "warmup");
+}
+
+TEST(StatusWords, AreThoseOfAnAnswer) {
+  StatusAnswer answer;
+  ASSERT_TRUE(TryParseStatus(R"({"printerState":-1,"responseCode": 2,"statusCode":4294967295})", answer));
+  EXPECT_TRUE(answer.printer_state == -1 && answer.response_code == 2 && answer.status_code == 0xFFFFFFFF);
+  for (const char* other : {"", "[]", R"({"printerState":"3","responseCode":0,"statusCode":0})"}) {
+    EXPECT_FALSE(TryParseStatus(other, answer)) << other;
+  }
+}
+
+TEST(ShownCertificate, NamesOfWarnings) {
+  const std::pair<uint32_t, const char*> cases[] = {
+      {1169, "ERROR_NO_MATCH"},  // and not the bits of that number
+      {12045, "ERROR_INTERNET_INVALID_CA"},
+      {0x04000000, "CERT_TRUST_IS_EXPLICIT_DISTRUST"},
+      {0x5, "CERT_TRUST_IS_NOT_TIME_VALID | CERT_TRUST_IS_REVOKED"},
+      {0x00100020, "CERT_TRUST_IS_UNTRUSTED_ROOT | CERT_TRUST_HAS_WEAK_SIGNATURE"}};
+  for (const auto& [code, name] : cases) {
+    EXPECT_EQ(WarningName(code), name) << code;
+  }
+  for (const uint32_t code : {0u, 12100u, 0x80000001u}) {
+    EXPECT_EQ(WarningName(code), "without a name") << code;
+  }
+}
+
+TEST(ShownCertificate, Verdicts) {
+  using Codes = std::vector<uint32_t>;
+  const struct {
+    Codes before;
+    Codes after;
+    bool is_kept;
+    Verdict verdict;
+  } cases[] = {{{2, 12038}, {}, true, Verdict::kMatches},
+               {{12037}, {}, true, Verdict::kMatches},
+               {{1169}, {}, true, Verdict::kMatches},
+               {{2}, {2}, false, Verdict::kNotKept},
+               {{1169}, {1169}, false, Verdict::kNotKept},  // the device's own
+               {{2}, {2, 12037}, false, Verdict::kDatesInvalid},
+               {{2}, {2, 1169, 12037}, true, Verdict::kDiffers},
+               {{1169}, {1169, 1169}, true, Verdict::kDiffers},
+               {{2, 1, 1169}, {2, 1, 1169}, false, Verdict::kNonNegotiable}};
+  for (const auto& row : cases) {
+    EXPECT_EQ(JudgeCheck(row.before, row.after, row.is_kept), row.verdict)
+        << testing::PrintToString(row.before) << " " << testing::PrintToString(row.after);
+  }
+  for (const uint32_t code : {0x1u, 0x4u, 0x8u, 0x10u, 0x20u, 0x40u, 0x00100000u, 0x04000000u}) {
+    EXPECT_TRUE(IsNonNegotiable(code)) << code;
+  }
+  for (const uint32_t code : {0u, 2u, 5u, 0x80u, 0x04000001u, 1169u, 12037u}) {
+    EXPECT_FALSE(IsNonNegotiable(code)) << code;
+  }
+}
+
+TEST(ShownCertificate, IsReadOrIsNone) {
+  using Bytes = std::vector<uint8_t>;
+  for (const Bytes& bytes : {Bytes(), Bytes{'x'}, Bytes(1000, 0x30)}) {
+    EXPECT_FALSE(ReadCertificate(bytes)) << bytes.size();
+  }
+  const std::pair<Bytes, std::string> pems[] = {{{}, ""},
+                                                {{'f'}, "Zg==\n"},
+                                                {{'f', 'o'}, "Zm8=\n"},
+                                                {{0xFB, 0xFF, 0xFE}, "+//+\n"},
+                                                {Bytes(48, 0), std::string(64, 'A') + "\n"},
+                                                {Bytes(49, 0), std::string(64, 'A') + "\nAA==\n"}};
+  for (const auto& [bytes, body] : pems) {
+    EXPECT_EQ(PemOf(bytes), "-----BEGIN CERTIFICATE-----\n" + body + "-----END CERTIFICATE-----\n");
+  }
+}
+
+TEST(Secret, Wiping) {
+  std::vector<uint8_t> bytes(4, 0xA5);
+  Wipe(bytes.data() + 1, 2);
+  EXPECT_EQ(bytes, (std::vector<uint8_t>{0xA5, 0, 0, 0xA5}));
+}
+
+}  // namespace
+}  // namespace custom_bidi_tools

@@ -1,0 +1,117 @@
+// What is asked of a printer: its items, its state, and whether it answers.
+
+#include <array>
+#include <limits>
+#include <memory>
+
+#include "tools/bidictl/commands/commands.h"
+#include "tools/bidictl/text/printer_answers.h"
+
+namespace custom_bidi_tools {
+
+namespace {
+
+// The library is told no capacity and never cuts its answer, so the room must do for any answer that can
+// come. A text has at most 4095 characters and the name of an item in the data map at most 255, twice where
+// the text is a list: room for some 900 items of the longest kind, many times what a device has. Names from
+// the command line are not bounded, so each brings its own room.
+constexpr size_t kItemsChars = size_t{4} << 20;
+constexpr size_t kCharsPerNamedItem = 4096 + 32;
+
+// The longest answer has 79 characters; the rest is in reserve.
+constexpr size_t kStatusChars = 256;
+
+enum PortExitCode { kExitConnected = 0, kExitNotAnswering = 1, kExitNoDevice = 2, kExitPortFailed = 3 };
+
+// None of the three answers: the call leaves it standing when it has none to give.
+constexpr CustomBidiLong kNoAnswer = std::numeric_limits<CustomBidiLong>::min();
+
+size_t AnswerChars(const std::vector<WideString>& names) {
+  size_t chars = kItemsChars;
+  for (const auto& name : names) {
+    chars += kCharsPerNamedItem + 2 * name.size();
+  }
+  return chars;
+}
+
+std::string ReadItems(const ItemsOptions& options) {
+  const WideString queue = WideArgument("queue name", options.queue);
+  const WideString default_cid = WideArgument("default CID", options.default_cid);
+  std::vector<WideString> names;
+  for (const auto& name : options.names) {
+    names.push_back(WideArgument("item name", name));
+  }
+  std::vector<const CustomBidiChar*> pointers;
+  for (const auto& name : names) {
+    pointers.push_back(name.c_str());
+  }
+
+  const auto answer = std::make_unique_for_overwrite<CustomBidiChar[]>(AnswerChars(names));
+  const auto count = static_cast<CustomBidiLong>(pointers.size());
+  if (!GetBidiResponse(answer.get(), queue.c_str(), default_cid.c_str(),
+                       pointers.empty() ? nullptr : pointers.data(), count)) {
+    throw CommandError(
+        "nothing could be read for '" + options.queue +
+        "'. Is the queue known ('bidictl queue list')? Does its printer answer ('bidictl port QUEUE')? " +
+        WhereToLook());
+  }
+  return ToUtf8(answer.get());
+}
+
+}  // namespace
+
+int RunItems(const ItemsOptions& options) {
+  const std::string answer = ReadItems(options);
+  if (options.pretty) {
+    if (const auto rows = ItemRows(answer)) {
+      Print(LayOut(*rows, OutputWidth()));
+      return kExitDone;
+    }
+    Complain(
+        "the answer is not well-formed JSON, for a text of the device is copied into it as it is; here it "
+        "stands as it came");
+  }
+  Print(answer + "\n");
+  return kExitDone;
+}
+
+int RunStatus(const StatusOptions& options) {
+  const WideString address = WideArgument("address", options.address);
+  std::array<CustomBidiChar, kStatusChars> answer{};
+  if (!GetStatusData(address.c_str(), answer.data())) {
+    throw CommandError(
+        "no status could be had from '" + options.address +
+        "'. Are the device libraries beside this program? The trace is that of a queue with the "
+        "address as its name: 'bidictl queue add ADDRESS --port ADDRESS', 'bidictl trace on ADDRESS', "
+        "another try, 'bidictl trace show'.");
+  }
+  const std::string json = ToUtf8(answer.data());
+  StatusAnswer status;
+  if (options.pretty && TryParseStatus(json, status)) {
+    Print(ExplainStatus(status));
+  } else {
+    Print(json + "\n");
+  }
+  return kExitDone;
+}
+
+int RunPort(const std::string& queue) {
+  const WideString name = WideArgument("queue name", queue);
+  CustomBidiLong status = kNoAnswer;
+  const bool done = GetPortStatus(name.c_str(), &status) != 0;
+  if (done && status == kCustomBidiPortConnected) {
+    Print("The queue's port leads to a network device that answers.\n");
+    return kExitConnected;
+  }
+  if (done && status == kCustomBidiPortOffline) {
+    Print("The queue's port leads to a network device that does not answer.\n");
+    return kExitNotAnswering;
+  }
+  if (done && status == kCustomBidiPortNonPhysical) {
+    Print("There is no network device behind the queue's port, or there is no such queue.\n");
+    return kExitNoDevice;
+  }
+  throw CommandError("the port of '" + queue + "' could not be asked. " + WhereToLook(), kExitPortFailed);
+}
+
+}  // namespace custom_bidi_tools

@@ -1,0 +1,175 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/cups_queues.h"
+#include "base/files.h"
+#include "base/home_registry.h"
+#include "base/utf.h"
+#include "tools/bidictl/platform/queue_store.h"
+#include "tools/bidictl/text/bidictl_text.h"
+
+namespace custom_bidi_tools {
+
+namespace {
+
+constexpr char16_t kPrintersKey[] =
+    u"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Print\\Printers";
+constexpr char16_t kPortValue[] = u"Port";
+constexpr char16_t kTraceValue[] = u"DebugTraceEnable";
+
+base::RegistryFile LoadRegistry() {
+  base::RegistryFile registry;
+  const std::string path = base::RegistryFilePath();
+  if (const DWORD code = base::RegistryFile::Load(path, &registry)) {
+    throw QueueError(path + " cannot be read (error " + std::to_string(code) + ")");
+  }
+  return registry;
+}
+
+/// The registry while it is changed: nobody else changes it from its being read to the end of this object.
+class RegistryEdit {
+ public:
+  RegistryEdit() : lock_file_(TakeLock()) {
+    try {
+      registry_ = LoadRegistry();
+    } catch (...) {
+      close(lock_file_);
+      throw;
+    }
+  }
+  ~RegistryEdit() { close(lock_file_); }
+  RegistryEdit(const RegistryEdit&) = delete;
+  RegistryEdit& operator=(const RegistryEdit&) = delete;
+
+  base::RegistryFile* operator->() { return &registry_; }
+  const base::RegistryFile& operator*() const { return registry_; }
+
+  void Save() {
+    const std::string path = base::RegistryFilePath();
+    if (const DWORD code = registry_.Save(path)) {
+      throw QueueError(path + " cannot be written (error " + std::to_string(code) + ")");
+    }
+  }
+
+ private:
+  /// The registry file itself is replaced by every change, so the lock is on a file beside it.
+  static int TakeLock() {
+    MakeFolder(base::HomeFolder());
+    const std::string path = base::RegistryFilePath() + ".lock";
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0) {
+      throw QueueError(path + " cannot be opened: " + std::strerror(errno));
+    }
+    while (flock(file, LOCK_EX) != 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      const int code = errno;
+      close(file);
+      throw QueueError(path + " cannot be locked: " + std::strerror(code));
+    }
+    return file;
+  }
+
+  int lock_file_;
+  base::RegistryFile registry_;
+};
+
+std::u16string KeyOf(const std::string& name) {
+  return std::u16string(kPrintersKey) + u'\\' + ToWide(name).value();
+}
+
+bool HasPort(const base::RegistryFile& registry, const std::string& name) {
+  return registry.FindValue(KeyOf(name), kPortValue) != nullptr;
+}
+
+bool IsCupsQueue(const std::string& name) {
+  return base::FindCupsDevice(ToWide(name).value()).has_value();
+}
+
+void Require(const base::RegistryFile& registry, const std::string& name) {
+  CheckQueueName(name);
+  if (!registry.HasKey(KeyOf(name)) && !IsCupsQueue(name)) {
+    throw QueueError("there is no queue '" + name + "'; 'bidictl queue list' shows the queues");
+  }
+}
+
+/// Gives CUPS's queues to those of the registry that have no port of their own, and adds the others.
+void AddCupsQueues(std::vector<Queue>& queues) {
+  const auto folded = [](const Queue& queue) { return base::FoldCase(ToWide(queue.name).value_or(u"")); };
+  for (const auto& [name, device_uri] : base::ListCupsQueues()) {
+    const auto known = std::ranges::find(queues, base::FoldCase(name), folded);
+    if (known == queues.end()) {
+      queues.push_back({ToUtf8(name), ToUtf8(device_uri)});
+    } else if (known->port.empty()) {
+      known->port = ToUtf8(device_uri);
+    }
+  }
+}
+
+void SetValue(RegistryEdit& edit,
+              const std::u16string& key,
+              const char16_t* name,
+              base::RegistryValue value) {
+  if (!edit->SetValue(key, name, std::move(value))) {
+    throw QueueError("the queue cannot be written into " + base::RegistryFilePath());
+  }
+}
+
+}  // namespace
+
+void AddQueue(const std::string& name, const std::string& port) {
+  CheckQueueName(name);
+  CheckPortName(port);
+  RegistryEdit edit;
+  if (HasPort(*edit, name)) {  // without one, it is there for the trace switch of a queue of CUPS
+    throw QueueError("there is a queue '" + name + "' already; remove it first");
+  }
+  SetValue(edit, KeyOf(name), kPortValue, base::RegistryValue::FromText(ToWide(port).value()));
+  edit.Save();
+}
+
+std::vector<Queue> ListQueues() {
+  const auto registry = LoadRegistry();
+  std::vector<Queue> queues;
+  for (const auto& name : registry.Subkeys(kPrintersKey)) {
+    const auto* value = registry.FindValue(std::u16string(kPrintersKey) + u'\\' + name, kPortValue);
+    queues.push_back({ToUtf8(name), value != nullptr ? ToUtf8(value->Text().value_or(u"")) : ""});
+  }
+  AddCupsQueues(queues);
+  std::ranges::sort(queues, {}, &Queue::name);
+  return queues;
+}
+
+void RequireQueue(const std::string& name) {
+  Require(LoadRegistry(), name);
+}
+
+void RemoveQueue(const std::string& name) {
+  RegistryEdit edit;
+  Require(*edit, name);
+  if (!HasPort(*edit, name) && IsCupsQueue(name)) {
+    throw QueueError("the queue '" + name + "' is one of CUPS, which removes it with 'lpadmin -x'");
+  }
+  edit->RemoveKey(KeyOf(name));
+  edit.Save();
+}
+
+void SetTrace(const std::string& name, bool on) {
+  RegistryEdit edit;
+  Require(*edit, name);
+  SetValue(edit, KeyOf(name) + u"\\PrinterDriverData", kTraceValue,
+           base::RegistryValue::FromDword(on ? 1 : 0));
+  edit.Save();
+}
+
+std::filesystem::path TraceFilePath() {
+  return std::filesystem::path(base::HomeFolder()) / "drive_c/temp/CustomBidi.log";
+}
+
+}  // namespace custom_bidi_tools
