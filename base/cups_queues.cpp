@@ -128,9 +128,9 @@ std::vector<CupsQueue> ReadQueues(const CupsFunctions& cups, ipp_t* response) {
       continue;
     }
     const char* text = cups.Call<&::ippGetString>(attribute, 0, nullptr);
-    if (std::string_view(name) == "printer-name" && (text != nullptr)) {
+    if (std::string_view(name) == "printer-name" && text != nullptr) {
       queue.name = ToUtf16(text);
-    } else if (std::string_view(name) == "device-uri" && (text != nullptr)) {
+    } else if (std::string_view(name) == "device-uri" && text != nullptr) {
       queue.device_uri = ToUtf16(text);
     }
   }

@@ -34,7 +34,7 @@ std::string UserFolder() {
   passwd* found = nullptr;
   getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &found);
   // A user without a home has no settings either: a folder that cannot be there.
-  return (found != nullptr) && (found->pw_dir != nullptr) && *found->pw_dir ? found->pw_dir : "/nonexistent";
+  return found != nullptr && found->pw_dir != nullptr && *found->pw_dir ? found->pw_dir : "/nonexistent";
 }
 
 // `rest` begins with a slash; ".." cannot lead above it.

@@ -119,7 +119,7 @@ std::vector<std::u16string> RegistryFile::Subkeys(std::u16string_view key) const
 
 bool RegistryFile::AddKey(std::u16string_view key) {
   // A hyphen in front would make the line one that removes.
-  return IsWritable(key) && !key.starts_with(u'-') && (MakeKey(key) != nullptr);
+  return IsWritable(key) && !key.starts_with(u'-') && MakeKey(key) != nullptr;
 }
 
 bool RegistryFile::SetValue(std::u16string_view key, std::u16string_view name, RegistryValue value) {

@@ -202,7 +202,7 @@ void RegistryFile::Parser::Run() {
     }
     if (line[0] == u'[') {
       ReadKey(line);
-    } else if ((key_ != nullptr) && (line[0] == u'"' || line[0] == u'@')) {
+    } else if (key_ != nullptr && (line[0] == u'"' || line[0] == u'@')) {
       ReadValue(line);
     }
   }

@@ -27,7 +27,7 @@ HRESULT CoInitializeEx(void* reserved, DWORD flags) {
   if (pal::MustFail("CoInitializeEx")) {
     return E_OUTOFMEMORY;
   }
-  if ((reserved != nullptr) || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED)) {
+  if (reserved != nullptr || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED)) {
     return E_INVALIDARG;
   }
   Apartment& apartment = t_apartment;

@@ -35,7 +35,7 @@ HRESULT DecodingError(const BYTE* encoded, DWORD encoded_bytes) {
 
 /// S_OK when the bytes begin with a certificate.
 HRESULT CheckCertificate(const BYTE* encoded, DWORD encoded_bytes) {
-  if ((encoded == nullptr) || encoded_bytes == 0) {
+  if (encoded == nullptr || encoded_bytes == 0) {
     return CRYPT_E_ASN1_EOD;
   }
   const base::KeptOpenSslErrors mark;
@@ -88,7 +88,7 @@ BOOL CertGetCertificateContextProperty(PCCERT_CONTEXT context,
   if (pal::MustFail("CertGetCertificateContextProperty")) {
     return Fail(E_OUTOFMEMORY);
   }
-  if ((context == nullptr) || (size_bytes == nullptr)) {
+  if (context == nullptr || size_bytes == nullptr) {
     return Fail(E_INVALIDARG);
   }
   if (property != CERT_SHA1_HASH_PROP_ID) {

@@ -154,7 +154,7 @@ class DomNodeList final : public DomObject<IXMLDOMNodeList> {
 // "prefix:name", as the document has it.
 std::string QualifiedName(const xmlAttr& attribute) {
   std::string name;
-  if ((attribute.ns != nullptr) && (attribute.ns->prefix != nullptr)) {
+  if (attribute.ns != nullptr && attribute.ns->prefix != nullptr) {
     name.append(reinterpret_cast<const char*>(attribute.ns->prefix)) += ':';
   }
   return name.append(reinterpret_cast<const char*>(attribute.name));
@@ -231,7 +231,7 @@ HRESULT Evaluate(const NodeInTree& at, BSTR query, std::vector<xmlNode*>* nodes)
 // The methods of IXMLDOMNode, for nodes and documents. May throw std::bad_alloc.
 
 HRESULT GetAttributes(const NodeInTree& at, IXMLDOMNamedNodeMap** attributes) {
-  if ((at.node == nullptr) || at.node->type != XML_ELEMENT_NODE) {
+  if (at.node == nullptr || at.node->type != XML_ELEMENT_NODE) {
     return S_FALSE;
   }
   return HandOut(new DomAttributes(at), attributes);

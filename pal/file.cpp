@@ -65,11 +65,11 @@ HANDLE CreateFileW(const WCHAR* path,
   if (pal::MustFail("CreateFileW")) {
     return FailWith(ERROR_ACCESS_DENIED, failure);
   }
-  const bool is_supported = (path != nullptr) && access != 0 &&
+  const bool is_supported = path != nullptr && access != 0 &&
                             (access & ~(GENERIC_READ | GENERIC_WRITE)) == 0 &&
-                            share == (FILE_SHARE_READ | FILE_SHARE_WRITE) && (security == nullptr) &&
+                            share == (FILE_SHARE_READ | FILE_SHARE_WRITE) && security == nullptr &&
                             (disposition == OPEN_EXISTING || disposition == CREATE_NEW) &&
-                            attributes == FILE_ATTRIBUTE_NORMAL && (template_file == nullptr);
+                            attributes == FILE_ATTRIBUTE_NORMAL && template_file == nullptr;
   if (!is_supported) {
     return FailWith(ERROR_INVALID_PARAMETER, failure);
   }
@@ -101,7 +101,7 @@ DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD meth
   if (!fd) {
     return FailWith(ERROR_INVALID_HANDLE, INVALID_SET_FILE_POINTER);
   }
-  if (distance != 0 || ((distance_high != nullptr) && *distance_high != 0) || method != FILE_END) {
+  if (distance != 0 || (distance_high != nullptr && *distance_high != 0) || method != FILE_END) {
     return FailWith(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
   }
   const off_t before = distance_high != nullptr ? 0 : lseek(*fd, 0, SEEK_CUR);
@@ -109,7 +109,7 @@ DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD meth
   if (position < 0) {
     return FailWith(static_cast<LONG>(base::CodeFromErrno(errno)), INVALID_SET_FILE_POINTER);
   }
-  if ((distance_high == nullptr) && position >= off_t{INVALID_SET_FILE_POINTER}) {
+  if (distance_high == nullptr && position >= off_t{INVALID_SET_FILE_POINTER}) {
     lseek(*fd, before, SEEK_SET);  // it goes nowhere
     return FailWith(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
   }
@@ -124,7 +124,7 @@ BOOL WriteFile(HANDLE file, const void* buffer, DWORD size_bytes, DWORD* written
   if (pal::MustFail("WriteFile")) {
     return FailWith(ERROR_DISK_FULL, FALSE);
   }
-  if ((buffer == nullptr) || (written == nullptr) || (overlapped != nullptr)) {
+  if (buffer == nullptr || written == nullptr || overlapped != nullptr) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
   }
   *written = 0;

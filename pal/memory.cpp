@@ -110,7 +110,7 @@ BSTR pal::AllocateBstr(const OLECHAR* text, size_t length_chars) {
 }
 
 BSTR SysAllocString(const OLECHAR* text) {
-  if ((text == nullptr) || pal::MustFail("SysAllocString")) {
+  if (text == nullptr || pal::MustFail("SysAllocString")) {
     return nullptr;
   }
   return pal::AllocateBstr(text, std::char_traits<OLECHAR>::length(text));

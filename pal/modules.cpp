@@ -102,7 +102,7 @@ std::string FindLibrary(const std::string& posix_path) {
 }
 
 bool IsModule(HMODULE module) {
-  return (module != nullptr) && module != reinterpret_cast<HMODULE>(INVALID_HANDLE_VALUE);
+  return module != nullptr && module != reinterpret_cast<HMODULE>(INVALID_HANDLE_VALUE);
 }
 
 // The loader's record of the module that holds the address; null when none does.
@@ -218,7 +218,7 @@ FARPROC GetProcAddress(HMODULE module, const char* name) {
   }
   void* address = dlsym(module, name);
   // dlsym looks into the module's dependencies too.
-  if ((address == nullptr) || ModuleAt(address) != RecordOf(module)) {
+  if (address == nullptr || ModuleAt(address) != RecordOf(module)) {
     return FailWith(ERROR_PROC_NOT_FOUND, FARPROC{});
   }
   return reinterpret_cast<FARPROC>(address);
@@ -254,7 +254,7 @@ DWORD GetModuleFileNameW(HMODULE module, WCHAR* name, DWORD capacity_chars) {
   if (pal::MustFail("GetModuleFileNameW")) {
     return FailWith(ERROR_NOT_ENOUGH_MEMORY, DWORD{0});
   }
-  if ((name == nullptr) && capacity_chars != 0) {
+  if (name == nullptr && capacity_chars != 0) {
     return FailWith(ERROR_INVALID_PARAMETER, DWORD{0});
   }
   return pal::Guarded(DWORD{0}, [&] {

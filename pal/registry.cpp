@@ -85,7 +85,7 @@ LSTATUS RegOpenKeyExW(HKEY key, const WCHAR* subkey, DWORD options, REGSAM acces
     if (!path) {
       return ERROR_INVALID_HANDLE;
     }
-    if ((subkey != nullptr) && *subkey) {
+    if (subkey != nullptr && *subkey) {
       path->append(u"\\").append(subkey);
     }
     return OpenPath(*path, opened);
@@ -101,7 +101,7 @@ LSTATUS RegQueryValueExW(HKEY key,
   if (pal::MustFail("RegQueryValueExW")) {
     return ERROR_FILE_NOT_FOUND;
   }
-  if ((reserved != nullptr) || ((data != nullptr) && (size_bytes == nullptr))) {
+  if (reserved != nullptr || (data != nullptr && size_bytes == nullptr)) {
     return ERROR_INVALID_PARAMETER;
   }
   return pal::Guarded(LSTATUS{ERROR_NOT_ENOUGH_MEMORY}, [&]() -> LSTATUS {

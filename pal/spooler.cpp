@@ -72,7 +72,7 @@ BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
   if (pal::MustFail("OpenPrinterW")) {
     return FailWith(ERROR_ACCESS_DENIED, FALSE);
   }
-  if ((name == nullptr) || (defaults != nullptr)) {
+  if (name == nullptr || defaults != nullptr) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
   }
   return pal::Guarded(BOOL{FALSE}, [&]() -> BOOL {
@@ -92,7 +92,7 @@ BOOL OpenPrinterW(LPWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults) {
 }
 
 BOOL GetPrinterW(HANDLE printer, DWORD level, BYTE* info, DWORD size_bytes, DWORD* needed_bytes) {
-  if ((needed_bytes == nullptr) || ((info == nullptr) && size_bytes != 0)) {
+  if (needed_bytes == nullptr || (info == nullptr && size_bytes != 0)) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
   }
   *needed_bytes = 0;

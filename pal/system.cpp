@@ -39,7 +39,7 @@ const char* FindVariable(const std::string& name) {
 std::string_view UserLanguage() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     const char* value = std::getenv(variable);
-    if ((value == nullptr) || !*value) {
+    if (value == nullptr || !*value) {
       continue;
     }
     const std::string_view locale(value);
@@ -71,7 +71,7 @@ DWORD FormatMessageW(DWORD flags,
                      va_list* arguments) {
   constexpr DWORD kFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM;
   constexpr DWORD kUserDefaultLanguage = 0x400;
-  if (flags != kFlags || (buffer == nullptr)) {
+  if (flags != kFlags || buffer == nullptr) {
     return pal::FailWith(ERROR_INVALID_PARAMETER, DWORD{0});
   }
   WCHAR*& allocated = *reinterpret_cast<WCHAR**>(buffer);
@@ -79,7 +79,7 @@ DWORD FormatMessageW(DWORD flags,
   if (pal::MustFail("FormatMessageW")) {
     return pal::FailWith(ERROR_NOT_ENOUGH_MEMORY, DWORD{0});
   }
-  if ((source != nullptr) || language != kUserDefaultLanguage || size_chars != 0 || (arguments != nullptr)) {
+  if (source != nullptr || language != kUserDefaultLanguage || size_chars != 0 || arguments != nullptr) {
     return pal::FailWith(ERROR_INVALID_PARAMETER, DWORD{0});
   }
 
@@ -135,7 +135,7 @@ DWORD GetEnvironmentVariableW(const WCHAR* name, WCHAR* value, DWORD capacity_ch
   if (pal::MustFail("GetEnvironmentVariableW")) {
     return pal::FailWith(ERROR_ENVVAR_NOT_FOUND, DWORD{0});
   }
-  if ((name == nullptr) || ((value == nullptr) && capacity_chars != 0)) {
+  if (name == nullptr || (value == nullptr && capacity_chars != 0)) {
     return pal::FailWith(ERROR_INVALID_PARAMETER, DWORD{0});
   }
   return pal::Guarded(DWORD{0}, [&] {
@@ -160,7 +160,7 @@ int GetLocaleInfoW(LCID locale, LCTYPE type, WCHAR* text, int capacity_chars) {
     return pal::FailWith(ERROR_INVALID_PARAMETER, 0);
   }
   if (locale != 0 || type != LOCALE_SISO639LANGNAME || capacity_chars < 0 ||
-      (capacity_chars > 0 && (text == nullptr))) {
+      (capacity_chars > 0 && text == nullptr)) {
     return pal::FailWith(ERROR_INVALID_PARAMETER, 0);
   }
   const std::string_view language = UserLanguage();

@@ -116,6 +116,9 @@ start_printer() {
   wait_for printer_answers
 }
 
+# lpstat succeeds with a scheduler that does not run, too.
+spooler_answers() { CUPS_SERVER=$folder/socket LC_ALL=C lpstat -r | grep -qx 'scheduler is running'; }
+
 # Whoever reaches the socket may do everything. The spooler refuses the address of a queue when it has no program for its
 # scheme, so every scheme that it does not bring along has one that does nothing.
 start_spooler() {
@@ -157,7 +160,7 @@ WebInterface No
 </Policy>
 CONF
   run cupsd -f -c "$folder/cupsd.conf" -s "$folder/files.conf"
-  wait_for env "CUPS_SERVER=$folder/socket" lpstat -r
+  wait_for spooler_answers
 }
 
 keyring_answers() {

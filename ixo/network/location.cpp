@@ -160,7 +160,7 @@ std::optional<Uri> ParseUri(const std::string& text) {
   }
   const std::unique_ptr<xmlURI, decltype(&::xmlFreeURI)> parsed(xml->Call<&::xmlParseURIRaw>(text.c_str(), 1),
                                                                 xml->Get<&::xmlFreeURI>());
-  if (!parsed || (parsed->scheme == nullptr) || (parsed->server == nullptr) || parsed->port < 0 ||
+  if (!parsed || parsed->scheme == nullptr || parsed->server == nullptr || parsed->port < 0 ||
       parsed->port > 65535) {
     return std::nullopt;
   }

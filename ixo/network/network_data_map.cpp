@@ -67,17 +67,17 @@ void AddItem(const base::XmlFunctions& xml, xmlNode* element, DataMap& map) {
 
 /// The node that follows in the order of the document, within `top`.
 xmlNode* Next(xmlNode* node, const xmlNode* top) {
-  if (node->type == XML_ELEMENT_NODE && (node->children != nullptr)) {
+  if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
     return node->children;
   }
-  while (node != top && (node->next == nullptr)) {
+  while (node != top && node->next == nullptr) {
     node = node->parent;
   }
   return node == top ? nullptr : node->next;
 }
 
 bool IsBelowMap(const xmlNode* node) {
-  for (const xmlNode* parent = node->parent; (parent != nullptr) && parent->type == XML_ELEMENT_NODE;
+  for (const xmlNode* parent = node->parent; parent != nullptr && parent->type == XML_ELEMENT_NODE;
        parent = parent->parent) {
     if (IsNamed(parent, "IPPDataMap")) {
       return true;

@@ -99,7 +99,7 @@ const support::Value* Device::FindItem(WStringView name) {
   }
   const ItemSource& source = item->second;
   const support::Value* const found = source.ipp.empty() ? nullptr : FindAttribute(source.ipp);
-  if ((found != nullptr) || source.oid.empty()) {
+  if (found != nullptr || source.oid.empty()) {
     return found;
   }
   if (speaks_ipp_) {
@@ -191,7 +191,7 @@ class NetworkDataCollection final : public support::DataCollection {
   explicit NetworkDataCollection(Device& device) : device_(device) {}
 
   HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
-    return (name != nullptr) && (value != nullptr) ? device_.ReadItem(name, value) : E_INVALIDARG;
+    return name != nullptr && value != nullptr ? device_.ReadItem(name, value) : E_INVALIDARG;
   }
 
  private:
@@ -217,7 +217,7 @@ HRESULT CreateDataCollectionFromFile(deviceio::PrinterAddress* address,
                                      const WCHAR* xml_path,
                                      deviceio::DataCollection** collection,
                                      LONG /*reserved*/) {
-  if ((address == nullptr) || (xml_path == nullptr) || (collection == nullptr)) {
+  if (address == nullptr || xml_path == nullptr || collection == nullptr) {
     return E_INVALIDARG;
   }
   *collection = nullptr;
@@ -243,12 +243,12 @@ LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
                             const WCHAR* language,
                             WCHAR** buffer,
                             ULONGLONG* length) {
-  if ((buffer == nullptr) || (length == nullptr)) {
+  if (buffer == nullptr || length == nullptr) {
     return E_INVALIDARG;
   }
   *buffer = nullptr;
   *length = 0;
-  if ((address == nullptr) || (language == nullptr)) {
+  if (address == nullptr || language == nullptr) {
     return E_INVALIDARG;
   }
   Device* const device = DeviceAt(address);

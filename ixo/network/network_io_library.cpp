@@ -28,7 +28,7 @@ class NetworkAddress final : public DeviceAddress {
 
   LONG IsActive() override {
     const Settings* const settings = TheSettings();
-    return (settings != nullptr) && Knock(Deadline(settings->deadline)) == ERROR_SUCCESS ? 1 : 0;
+    return settings != nullptr && Knock(Deadline(settings->deadline)) == ERROR_SUCCESS ? 1 : 0;
   }
 
   const WCHAR* GetAddressString() override { return text_.c_str(); }

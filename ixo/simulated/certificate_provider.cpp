@@ -8,7 +8,7 @@
 namespace custom_bidi::simulated {
 
 HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
-  if ((uuid == nullptr) || capacity_chars == 0 || (length_chars == nullptr)) {
+  if (uuid == nullptr || capacity_chars == 0 || length_chars == nullptr) {
     return E_INVALIDARG;
   }
   *uuid = 0;
@@ -22,7 +22,7 @@ HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_
 }
 
 HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const {
-  if ((certificate_ == nullptr) || !certificate_->uuid) {
+  if (certificate_ == nullptr || !certificate_->uuid) {
     return support::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const WString& text = *certificate_->uuid;
@@ -39,7 +39,7 @@ HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars
 HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
                                                                         DWORD capacity,
                                                                         DWORD* count) {
-  if ((codes == nullptr) || (count == nullptr)) {
+  if (codes == nullptr || count == nullptr) {
     return E_INVALIDARG;
   }
   *count = 0;
@@ -84,7 +84,7 @@ DWORD SimulatedCertificateProvider::GetDeviceCertificate(const deviceio::KeyType
 }
 
 DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_bytes) const {
-  if ((certificate_ == nullptr) || !certificate_->der) {
+  if (certificate_ == nullptr || !certificate_->der) {
     *length_bytes = 0;
     return ERROR_NOT_FOUND;
   }
@@ -94,7 +94,7 @@ DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_b
 HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
                                                            DWORD length_bytes,
                                                            LONG* valid) {
-  if ((bytes == nullptr) || (valid == nullptr)) {
+  if (bytes == nullptr || valid == nullptr) {
     return E_INVALIDARG;
   }
   *valid = 0;

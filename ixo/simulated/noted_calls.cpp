@@ -31,7 +31,7 @@ Library& CertificateLibrary() {
 
 void NoteCall(Operation operation, const std::string& object) {
   const Printer* const printer = g_library.ThePrinter();
-  if ((printer == nullptr) || !printer->log) {
+  if (printer == nullptr || !printer->log) {
     return;
   }
   std::string line(kOperations[static_cast<size_t>(operation)].name);

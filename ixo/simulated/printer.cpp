@@ -21,7 +21,7 @@ const typename Map::mapped_type* FindOrAny(const Map& map, WStringView name) {
 
 const Address* Printer::FindAddress(AddressKind kind, WStringView name) const {
   const std::optional<Address>* entry = FindOrAny(addresses[static_cast<size_t>(kind)], name);
-  return (entry != nullptr) && *entry ? &**entry : nullptr;
+  return entry != nullptr && *entry ? &**entry : nullptr;
 }
 
 const support::Value* Printer::FindItem(WStringView name) const {

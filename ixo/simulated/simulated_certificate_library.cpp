@@ -79,7 +79,7 @@ void Dispose(Operation operation, Named<Object>& lent, const void* object) {
 const Certificate* CertificateOf(const Printer& printer,
                                  const deviceio::PrinterAddress* address,
                                  DWORD mode) {
-  const bool can_ask = mode == kWithoutDevice || (address != nullptr);
+  const bool can_ask = mode == kWithoutDevice || address != nullptr;
   return can_ask && printer.certificate ? &*printer.certificate : nullptr;
 }
 
@@ -100,8 +100,8 @@ void DisposeVaultStoreProvider(deviceio::VaultStoreProvider* provider) {
 
 deviceio::CertificateProvider* CreateCertificateProvider(deviceio::PrinterAddress* address, DWORD mode) {
   const Printer* const printer = CertificateLibrary().ThePrinter();
-  const bool meaningful = mode == kForDevice || (mode == kWithoutDevice && (address == nullptr));
-  if ((printer == nullptr) || !meaningful) {
+  const bool meaningful = mode == kForDevice || (mode == kWithoutDevice && address == nullptr);
+  if (printer == nullptr || !meaningful) {
     return nullptr;
   }
   return Create(Operation::kCreateCertificateProvider,

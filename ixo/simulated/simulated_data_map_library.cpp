@@ -31,7 +31,7 @@ HRESULT Deliver(const Course& course, const support::Value* found, VARIANT* valu
 class SimulatedDataCollection final : public support::DataCollection {
  public:
   HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
-    if ((name == nullptr) || (value == nullptr)) {
+    if (name == nullptr || value == nullptr) {
       return E_INVALIDARG;
     }
     const Course course = g_library.Enter(Operation::kDataCollectionGetValue, name);
@@ -42,7 +42,7 @@ class SimulatedDataCollection final : public support::DataCollection {
 class SimulatedOidProvider final : public support::OidProvider {
  public:
   HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
-    if ((oid == nullptr) || (value == nullptr)) {
+    if (oid == nullptr || value == nullptr) {
       return E_INVALIDARG;
     }
     const Course course = g_library.Enter(Operation::kOidProviderGetValue, oid);
@@ -62,7 +62,7 @@ HRESULT CreateDataCollectionFromFile(deviceio::PrinterAddress* address,
                                      const WCHAR* xml_path,
                                      deviceio::DataCollection** collection,
                                      LONG /*reserved*/) {
-  if ((address == nullptr) || (xml_path == nullptr) || (collection == nullptr)) {
+  if (address == nullptr || xml_path == nullptr || collection == nullptr) {
     return E_INVALIDARG;
   }
   *collection = nullptr;
@@ -81,7 +81,7 @@ HRESULT CreateDataCollectionFromFile(deviceio::PrinterAddress* address,
 }
 
 deviceio::OidProvider* CreateOIDProvider(deviceio::PrinterAddress* address) {
-  if ((address == nullptr) || (g_library.ThePrinter() == nullptr)) {
+  if (address == nullptr || g_library.ThePrinter() == nullptr) {
     return nullptr;
   }
   return g_library.Enter(Operation::kCreateOidProvider, {}).give_null ? nullptr : g_oid_providers.Make();
@@ -91,12 +91,12 @@ LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
                             const WCHAR* language,
                             WCHAR** buffer,
                             ULONGLONG* length) {
-  if ((buffer == nullptr) || (length == nullptr)) {
+  if (buffer == nullptr || length == nullptr) {
     return E_INVALIDARG;
   }
   *buffer = nullptr;
   *length = 0;
-  if ((address == nullptr) || (language == nullptr)) {
+  if (address == nullptr || language == nullptr) {
     return E_INVALIDARG;
   }
   const Printer* const printer = g_library.ThePrinter();

@@ -37,7 +37,7 @@ support::Keep<SimulatedAddress> g_addresses;
 
 deviceio::PrinterAddress* MakeAddress(Operation operation, AddressKind kind, const WCHAR* name) {
   const Printer* const printer = g_library.ThePrinter();
-  if ((name == nullptr) || (printer == nullptr)) {
+  if (name == nullptr || printer == nullptr) {
     return nullptr;
   }
   if (g_library.Enter(operation, name).give_null) {

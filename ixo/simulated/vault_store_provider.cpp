@@ -19,7 +19,7 @@ DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_by
 }
 
 HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
-  if ((bytes == nullptr) || (length_bytes == nullptr)) {
+  if (bytes == nullptr || length_bytes == nullptr) {
     return E_INVALIDARG;
   }
   *bytes = nullptr;

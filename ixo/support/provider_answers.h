@@ -15,10 +15,9 @@ inline bool IsCertificateQuestion(const deviceio::KeyTypeList* key_types,
                                   const WORD* eight,
                                   DWORD ten,
                                   const DWORD* unread) {
-  const bool asks_for_rsa = (key_types != nullptr) && key_types->count == 1 &&
-                            (key_types->names != nullptr) && (key_types->names[0] != nullptr) &&
-                            WStringView(key_types->names[0]) == W("RSA");
-  return asks_for_rsa && (length_bytes != nullptr) && (eight != nullptr) && *eight == 8 && ten == 10 &&
+  const bool asks_for_rsa = key_types != nullptr && key_types->count == 1 && key_types->names != nullptr &&
+                            key_types->names[0] != nullptr && WStringView(key_types->names[0]) == W("RSA");
+  return asks_for_rsa && length_bytes != nullptr && eight != nullptr && *eight == 8 && ten == 10 &&
          (unread != nullptr);
 }
 

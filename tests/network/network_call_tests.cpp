@@ -269,12 +269,16 @@ class ManyCalls : public NetworkCallTest {
     }
   }
 
+ protected:
+  IppPrinter printer_;
+
  private:
   SnmpAgent agent_;
-  IppPrinter printer_;
 };
 
 TEST_F(ManyCalls, EightThreadsAtOnce) {
+  const TcpPeer in_turn(PassOnInTurn(printer_.Port()));
+  UsePort(Local(in_turn.Port()));
   OnThreads(8, [](int i) { CallAll(10, "user " + std::to_string(i)); });
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <mutex>
 #include <system_error>
 
 namespace custom_bidi_test {
@@ -103,6 +104,18 @@ bool Connection::Write(std::string_view bytes) const {
   return true;
 }
 
+void Connection::WriteAllFrom(const Connection& other) const {
+  for (std::string bytes = other.Read(); !bytes.empty() && Write(bytes); bytes = other.Read()) {
+  }
+  shutdown(socket_.Get(), SHUT_RDWR);
+}
+
+Connection Connection::To(uint16_t port) const {
+  Socket client(Check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
+  Check(ConnectTo(client.Get(), port), "connect");
+  return {std::move(client), stop_};
+}
+
 TcpPeer::TcpPeer(TcpHandler handler)
     : handler_(std::move(handler)),
       listener_(Listen(64)),
@@ -152,6 +165,15 @@ TcpHandler Flood(std::string head, std::string block) {
     client.Write(head);
     while (client.Write(block)) {
     }
+  };
+}
+
+TcpHandler PassOnInTurn(uint16_t target) {
+  return [target, turn = std::make_shared<std::mutex>()](Connection& client) {
+    const std::lock_guard only(*turn);
+    const Connection server = client.To(target);
+    const std::jthread answers([&] { client.WriteAllFrom(server); });
+    server.WriteAllFrom(client);
   };
 }
 

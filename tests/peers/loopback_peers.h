@@ -58,6 +58,10 @@ class Connection {
   std::string Read() const;
   /// False when the client or the peer ended before all was taken.
   bool Write(std::string_view bytes) const;
+  /// Takes from the other end what comes, and writes it here, until one of the two has ended.
+  void WriteAllFrom(const Connection& other) const;
+  /// Another connection, to a port of 127.0.0.1, that ends with the same peer.
+  Connection To(uint16_t port) const;
 
  private:
   Socket socket_;
@@ -95,6 +99,9 @@ TcpHandler Reply(std::string bytes);
 TcpHandler Drip(std::string bytes, std::chrono::milliseconds interval);
 /// `head`, and `block` again and again until the client goes.
 TcpHandler Flood(std::string head, std::string block);
+/// Passes connections on to a port of 127.0.0.1, one after the other: for a server that stops amid its answers
+/// when several clients ask at once, as ippeveprinter does.
+TcpHandler PassOnInTurn(uint16_t target);
 
 /// A server on 127.0.0.1 that answers every datagram with what its handler makes of it, in its own thread.
 class UdpPeer {

@@ -165,7 +165,7 @@ DWORD ReadDeviceUuid(DeviceAddress& address, const Settings& settings, WString& 
 }  // namespace
 
 HRESULT NetworkCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
-  if ((uuid == nullptr) || capacity_chars == 0 || (length_chars == nullptr)) {
+  if (uuid == nullptr || capacity_chars == 0 || length_chars == nullptr) {
     return E_INVALIDARG;
   }
   *uuid = 0;
@@ -184,7 +184,7 @@ HRESULT NetworkCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_ch
 HRESULT NetworkCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
                                                                       DWORD capacity,
                                                                       DWORD* count) {
-  if ((codes == nullptr) || (count == nullptr)) {
+  if (codes == nullptr || count == nullptr) {
     return E_INVALIDARG;
   }
   *count = 0;
@@ -214,7 +214,7 @@ DWORD NetworkCertificateProvider::GetDeviceCertificate(const deviceio::KeyTypeLi
 }
 
 HRESULT NetworkCertificateProvider::CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) {
-  if ((bytes == nullptr) || (valid == nullptr)) {
+  if (bytes == nullptr || valid == nullptr) {
     return E_INVALIDARG;
   }
   *valid = 0;

@@ -94,11 +94,11 @@ PemItems ParsePem(const std::string& text) {
 }
 
 bool AddAnchor(X509_STORE* store, const X509_INFO* item) {
-  return (item->x509 != nullptr) && X509_STORE_add_cert(store, item->x509) == 1;
+  return item->x509 != nullptr && X509_STORE_add_cert(store, item->x509) == 1;
 }
 
 bool AddRevocationList(X509_STORE* store, const X509_INFO* item) {
-  return (item->crl != nullptr) && X509_STORE_add_crl(store, item->crl) == 1;
+  return item->crl != nullptr && X509_STORE_add_crl(store, item->crl) == 1;
 }
 
 template <class Add>
@@ -129,7 +129,7 @@ DWORD AddFiles(X509_STORE* store, const std::vector<std::string>& paths, const c
 }
 
 bool IsSelfSigned(X509* certificate) {
-  return (certificate != nullptr) && (X509_get_extension_flags(certificate) & EXFLAG_SS) != 0;
+  return certificate != nullptr && (X509_get_extension_flags(certificate) & EXFLAG_SS) != 0;
 }
 
 /// Takes a problem down and goes on. It allocates nothing: no exception must pass through OpenSSL.
@@ -181,7 +181,7 @@ DWORD OpenTrustStore(const TlsSettings& settings, TrustStore& store) {
   store.reset(X509_STORE_new());
   // The folder, in which certificates are found by their names: the bundle of them all takes 30 ms to read.
   X509_LOOKUP* const system = store ? X509_STORE_add_lookup(store.get(), X509_LOOKUP_hash_dir()) : nullptr;
-  if ((system == nullptr) || X509_LOOKUP_add_dir(system, nullptr, X509_FILETYPE_DEFAULT) != 1) {
+  if (system == nullptr || X509_LOOKUP_add_dir(system, nullptr, X509_FILETYPE_DEFAULT) != 1) {
     throw std::bad_alloc();
   }
   X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN);

@@ -293,7 +293,7 @@ DWORD Connection::StartTls(SSL_CTX* context, const std::string& host, Deadline d
   tls_.reset(SSL_new(context));
   BIO* const from_socket = BIO_new(BIO_s_mem());
   BIO* const to_socket = BIO_new(BIO_s_mem());
-  if (!tls_ || (from_socket == nullptr) || (to_socket == nullptr)) {
+  if (!tls_ || from_socket == nullptr || to_socket == nullptr) {
     BIO_free(from_socket);
     BIO_free(to_socket);
     tls_.reset();

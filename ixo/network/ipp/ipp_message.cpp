@@ -369,7 +369,7 @@ std::optional<support::Value> ValueOf(const IppAnswer& answer, const std::string
 
 std::string FirstTextOf(const IppAnswer& answer, const std::string& name) {
   const std::vector<IppValue>* const values = Find(answer, name);
-  return (values != nullptr) && IsText(values->front().tag) ? values->front().bytes : "";
+  return values != nullptr && IsText(values->front().tag) ? values->front().bytes : "";
 }
 
 }  // namespace custom_bidi::network

@@ -30,7 +30,7 @@ DWORD NotOfItem(DWORD code) {
 
 std::vector<std::string> Texts(const Owned<gchar*>& texts) {
   std::vector<std::string> copies;
-  for (const gchar* const* text = texts.get(); (text != nullptr) && (*text != nullptr); ++text) {
+  for (const gchar* const* text = texts.get(); text != nullptr && *text != nullptr; ++text) {
     copies.emplace_back(*text);
   }
   return copies;

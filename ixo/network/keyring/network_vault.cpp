@@ -60,7 +60,7 @@ DWORD NetworkVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_byte
 }
 
 HRESULT NetworkVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
-  if ((bytes == nullptr) || (length_bytes == nullptr)) {
+  if (bytes == nullptr || length_bytes == nullptr) {
     return E_INVALIDARG;
   }
   *bytes = nullptr;

@@ -11,7 +11,7 @@ namespace custom_bidi::network {
 
 std::string SessionBusAddress() {
   const char* const given = secure_getenv("DBUS_SESSION_BUS_ADDRESS");
-  if ((given != nullptr) && *given != '\0') {
+  if (given != nullptr && *given != '\0') {
     const std::string address = given;
     return address.find("autolaunch:") == std::string::npos ? address : "";
   }
@@ -19,7 +19,7 @@ std::string SessionBusAddress() {
   const std::string path = std::string(folder != nullptr ? folder : "") + "/bus";
   struct stat status {};
   const bool is_bus =
-      (folder != nullptr) && folder[0] == '/' && stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
+      folder != nullptr && folder[0] == '/' && stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
   // In an address these would have to be escaped, and no system has such a folder.
   return is_bus && path.find_first_of(",;%") == std::string::npos ? "unix:path=" + path : "";
 }

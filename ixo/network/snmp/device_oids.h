@@ -70,7 +70,7 @@ class NetworkOidProvider final : public support::OidProvider {
   explicit NetworkOidProvider(DeviceOids& oids) : oids_(oids) {}
 
   HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
-    return (oid != nullptr) && (value != nullptr) ? oids_.Read(oid, value) : E_INVALIDARG;
+    return oid != nullptr && value != nullptr ? oids_.Read(oid, value) : E_INVALIDARG;
   }
 
  private:

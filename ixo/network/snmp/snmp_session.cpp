@@ -136,7 +136,7 @@ DWORD SetUser(const SnmpAccess& net_snmp, const SnmpSettings& settings, netsnmp_
   session.securityAuthProto =
       net_snmp->Call<&::sc_get_auth_oid>(authentication, &session.securityAuthProtoLen);
   session.securityPrivProto = net_snmp->Call<&::sc_get_priv_oid>(privacy, &session.securityPrivProtoLen);
-  const bool has_keys = (session.securityAuthProto != nullptr) && (session.securityPrivProto != nullptr) &&
+  const bool has_keys = session.securityAuthProto != nullptr && session.securityPrivProto != nullptr &&
                         MakeKey(net_snmp, session, settings.authentication_passphrase,
                                 session.securityAuthKey, session.securityAuthKeyLen) &&
                         MakeKey(net_snmp, session, settings.privacy_passphrase, session.securityPrivKey,
