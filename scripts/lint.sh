@@ -37,7 +37,7 @@ printf 'lint: %d lines of C and C++, of which %d.%d %% are tests and fuzz target
 if [ "${1:-}" = --tidy ]; then
   # A tree of its own: clang-tidy does not know all that g++ is told.
   cmake --preset native -B build/lint -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ >/dev/null || exit 1
-  mapfile -t ours < <(git ls-files 'src/*.cpp' 'pal/*.cpp' 'ixo/*.cpp' 'tools/*.cpp' | grep -v '_win\.cpp$')
+  mapfile -t ours < <(git ls-files 'src/*.cpp' 'pal/*.cpp' 'base/*.cpp' 'ixo/*.cpp' 'tools/*.cpp' | grep -vE '(_win|mingw_frame)\.cpp$')
   printf '%s\n' "${ours[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p build/lint --quiet || status=1
 fi
 

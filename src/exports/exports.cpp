@@ -34,7 +34,9 @@ BOOL RunPasswordCall(const BYTE* password,
                      const WCHAR* queue) {
   return ExportBody(FALSE, [&]() -> BOOL {
     CCustomBiDi context;
-    return context.ProcessPassword(password, length_bytes, user, target, mode, queue) == ERROR_SUCCESS;
+    return context.ProcessPassword(password, length_bytes, user, target, mode, queue) == ERROR_SUCCESS
+               ? TRUE
+               : FALSE;
   });
 }
 
@@ -71,14 +73,14 @@ CustomBidiBool GetStatusData(const CustomBidiChar* address, CustomBidiChar* resp
     WString answer;
     const DWORD code = context.ComposeStatusJson(answer);
     CopyAnswer(answer, response);
-    return code == ERROR_SUCCESS;
+    return code == ERROR_SUCCESS ? TRUE : FALSE;
   });
 }
 
 CustomBidiBool GetPortStatus(const CustomBidiChar* queue, CustomBidiLong* status) {
   return ExportBody(FALSE, [&]() -> BOOL {
     CCustomBiDi context;
-    return context.GetPortStatus(queue, status) == ERROR_SUCCESS;
+    return context.GetPortStatus(queue, status) == ERROR_SUCCESS ? TRUE : FALSE;
   });
 }
 
@@ -122,7 +124,7 @@ CustomBidiBool VerifyCertificateValidity(const CustomBidiChar* user,
                                          DeviceCertificate* record) {
   return ExportBody(FALSE, [&]() -> BOOL {
     CCustomBiDi context;
-    return context.VerifyCertificateValidity(user, queue, mode, record) == ERROR_SUCCESS;
+    return context.VerifyCertificateValidity(user, queue, mode, record) == ERROR_SUCCESS ? TRUE : FALSE;
   });
 }
 

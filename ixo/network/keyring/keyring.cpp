@@ -45,7 +45,7 @@ Keyring::OwnContext::OwnContext(const SecretFunctions& functions)
 
 Keyring::OwnContext::~OwnContext() {
   // What listened for signals of the service is given back here.
-  while (functions_.Call<&::g_main_context_iteration>(context_, FALSE)) {
+  while (functions_.Call<&::g_main_context_iteration>(context_, FALSE) != FALSE) {
   }
   functions_.Call<&::g_main_context_pop_thread_default>(context_);
   functions_.Call<&::g_main_context_unref>(context_);
@@ -93,8 +93,9 @@ DWORD Keyring::Search(const KeyringNames& names, Found& found) {
   gchar** unlocked = nullptr;
   gchar** locked = nullptr;
   GError* error = nullptr;
-  if (!functions_.Call<&::secret_service_search_for_dbus_paths_sync>(
-          service_.get(), &schema, attributes.get(), cancellable_.get(), &unlocked, &locked, &error)) {
+  if (functions_.Call<&::secret_service_search_for_dbus_paths_sync>(service_.get(), &schema, attributes.get(),
+                                                                    cancellable_.get(), &unlocked, &locked,
+                                                                    &error) == FALSE) {
     return NotOfItem(CodeOf(error));
   }
   found = {.unlocked = Texts(Owned<gchar*>(unlocked)), .locked = Texts(Owned<gchar*>(locked))};
@@ -123,7 +124,8 @@ DWORD Keyring::Create(const std::string& collection,
                       const KeyringNames& names,
                       std::span<const BYTE> secret) {
   GError* error = nullptr;
-  if (!functions_.Call<&::secret_service_ensure_session_sync>(service_.get(), cancellable_.get(), &error)) {
+  if (functions_.Call<&::secret_service_ensure_session_sync>(service_.get(), cancellable_.get(), &error) ==
+      FALSE) {
     return NotOfItem(CodeOf(error));
   }
   GVariant* const sealed =
@@ -144,7 +146,8 @@ DWORD Keyring::Create(const std::string& collection,
 DWORD Keyring::GetSecret(const std::string& path, vault::SecureBytes& secret) {
   GError* error = nullptr;
   const Owned<SecretItem> item = Open(path, error);
-  if (!item || !functions_.Call<&::secret_item_load_secret_sync>(item.get(), cancellable_.get(), &error)) {
+  if (!item ||
+      functions_.Call<&::secret_item_load_secret_sync>(item.get(), cancellable_.get(), &error) == FALSE) {
     return CodeOf(error);
   }
   const Owned<SecretValue> value(functions_.Call<&::secret_item_get_secret>(item.get()));
@@ -161,7 +164,7 @@ DWORD Keyring::SetSecret(const std::string& path, std::span<const BYTE> secret) 
   GError* error = nullptr;
   const Owned<SecretItem> item = Open(path, error);
   const bool is_set = item && functions_.Call<&::secret_item_set_secret_sync>(
-                                  item.get(), NewValue(secret).get(), cancellable_.get(), &error);
+                                  item.get(), NewValue(secret).get(), cancellable_.get(), &error) != FALSE;
   return is_set ? DWORD{ERROR_SUCCESS} : CodeOf(error);
 }
 

@@ -322,7 +322,7 @@ DWORD SnmpSession::FindEngine(Deadline deadline) {
 
 DWORD SnmpSession::SendProbe(Deadline deadline) {
   const SnmpAccess net_snmp;
-  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(SNMP_MSG_GET);
+  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(int{SNMP_MSG_GET});
   if (pdu == nullptr) {
     throw std::bad_alloc();
   }
@@ -335,7 +335,7 @@ DWORD SnmpSession::SendProbe(Deadline deadline) {
 
 DWORD SnmpSession::SendGet(std::span<const Oid> objects, Deadline deadline) {
   const SnmpAccess net_snmp;
-  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(SNMP_MSG_GET);
+  netsnmp_pdu* const pdu = net_snmp->Call<&::snmp_pdu_create>(int{SNMP_MSG_GET});
   if (pdu == nullptr) {
     throw std::bad_alloc();
   }

@@ -203,8 +203,8 @@ void RequireConsent(const CertificateOptions& options, const std::string& thumbp
 int RunPasswordSave(const PasswordOptions& options) {
   const PasswordNames names(options);
   const Secret password = ReadPassword(/*confirm=*/true);
-  if (!SavePassword(password.bytes().data(), static_cast<CustomBidiDword>(password.bytes().size()),
-                    names.user.c_str(), names.target.c_str(), names.queue.c_str())) {
+  if (SavePassword(password.bytes().data(), static_cast<CustomBidiDword>(password.bytes().size()),
+                   names.user.c_str(), names.target.c_str(), names.queue.c_str()) == 0) {
     throw CommandError(std::string("the password was not saved. ") + WhereToLook());
   }
   Print("The password is saved.\n");
