@@ -121,7 +121,7 @@ bool Run(const std::filesystem::path& host) {
   const TemporaryFolder folder;
   CopyHost(host, folder, agent.Port());
   const std::string bidictl = folder / "bidictl";
-  setenv("CUSTOMBIDI_HOME", folder.MakeFolder("home").c_str(), 1);
+  setenv("CUSTOMBIDI_HOME", (folder / "home").c_str(), 1);
   setenv("MIBS", "", 1);  // no MIB is needed, and looking for them would make snmpget slower
   TimeOf({bidictl, "queue", "add", "Office", "--port", printer.Uri("ipp")});
 

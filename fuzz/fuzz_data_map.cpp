@@ -13,7 +13,6 @@
 
 namespace custom_bidi::fuzz {
 namespace {
-using fuzz::Demand;
 
 void ReadNames(CCIXML& xml) {
   std::vector<ComPtr<IXMLDOMNode>> nodes;

@@ -10,13 +10,10 @@ namespace {
 WString CleanedPlainly(WString text) {
   std::erase(text, WCHAR{'\n'});
   std::erase(text, WCHAR{'"'});
-  WString cleaned;
-  for (size_t at = 0; at < text.size();) {
-    const bool is_spaced = text.compare(at, 3, W(" = ")) == 0;
-    cleaned.push_back(is_spaced ? WCHAR{'='} : text[at]);
-    at += is_spaced ? 3 : 1;
+  for (size_t at = 0; (at = text.find(W(" = "), at)) != WString::npos; ++at) {
+    text.replace(at, 3, W("="));
   }
-  return cleaned;
+  return text;
 }
 
 }  // namespace

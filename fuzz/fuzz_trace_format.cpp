@@ -7,12 +7,8 @@
 
 namespace custom_bidi::fuzz {
 namespace {
-using fuzz::Demand;
 
-struct Formatted {
-  size_t length;
-  WString text;
-};
+using Formatted = std::pair<size_t, WString>;  // with the length that the formatter gives
 
 Formatted FormatInto(size_t capacity, const WString& format, std::span<const FormatArgument> arguments) {
   const std::unique_ptr<WCHAR[]> buffer(new WCHAR[capacity]);

@@ -1,4 +1,5 @@
 // bidictl on a terminal: what is typed as a password is never shown, and the terminal is as before afterwards.
+// And without anything to write to.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
-#include <utmp.h>
 
 #include <csignal>
 
@@ -22,24 +22,19 @@ class ProgramOnTerminal {
  public:
   explicit ProgramOnTerminal(const std::string& line) {
     const winsize size = {.ws_row = 24, .ws_col = 44, .ws_xpixel = 0, .ws_ypixel = 0};
-    EXPECT_EQ(openpty(&ours_, &its_, nullptr, nullptr, &size), 0);
-    const std::string command = "exec '" + (BidictlFolder() / "bidictl.exe").string() + "' " + line;
-    id_ = fork();
+    const std::string command = "exec '" + (kFolder / "bidictl.exe").string() + "' " + line;
+    id_ = forkpty(&terminal_, nullptr, nullptr, &size);
     if (id_ == 0) {
-      close(ours_);
-      login_tty(its_);
       unsetenv("COLUMNS");
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
       _exit(127);
     }
   }
   ~ProgramOnTerminal() {
+    close(terminal_);  // which ends it
     if (id_ > 0) {
-      Signal(SIGKILL);
       WaitForEnd();
     }
-    close(ours_);
-    close(its_);
   }
   ProgramOnTerminal(const ProgramOnTerminal&) = delete;
   ProgramOnTerminal& operator=(const ProgramOnTerminal&) = delete;
@@ -48,7 +43,7 @@ class ProgramOnTerminal {
 
   bool ShowsWhatIsTyped() const {
     termios settings = {};
-    EXPECT_EQ(tcgetattr(its_, &settings), 0);
+    EXPECT_EQ(tcgetattr(terminal_, &settings), 0);
     return (settings.c_lflag & ECHO) != 0;
   }
 
@@ -56,10 +51,10 @@ class ProgramOnTerminal {
   bool Await(std::string_view text, int patience_milliseconds = 10000) {
     size_t found;
     while ((found = shown_.find(text, awaited_)) == std::string::npos) {
-      pollfd ready = {.fd = ours_, .events = POLLIN, .revents = 0};
+      pollfd ready = {.fd = terminal_, .events = POLLIN, .revents = 0};
       char block[4096];
       const ssize_t count =
-          poll(&ready, 1, patience_milliseconds) > 0 ? read(ours_, block, sizeof(block)) : 0;
+          poll(&ready, 1, patience_milliseconds) > 0 ? read(terminal_, block, sizeof(block)) : 0;
       if (count <= 0) {
         return false;
       }
@@ -72,7 +67,7 @@ class ProgramOnTerminal {
   void Signal(int number) const { kill(id_, number); }
 
   void Type(std::string_view text) {
-    EXPECT_EQ(write(ours_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
 
   /// The exit code, or minus the signal.
@@ -83,8 +78,7 @@ class ProgramOnTerminal {
   }
 
  private:
-  int ours_ = -1;
-  int its_ = -1;
+  int terminal_ = -1;
   pid_t id_ = 0;
   std::string shown_;
   size_t awaited_ = 0;
@@ -144,7 +138,7 @@ TEST(Terminal, AsksBeforeAnotherCertificateIsReplaced) {
         << program.shown();
     EXPECT_EQ(program.WaitForEnd(), is_yes ? 0 : 1) << answer;
   }
-  std::filesystem::remove(BidictlFolder() / "printer.json");
+  std::filesystem::remove(kFolder / "printer.json");
   EXPECT_EQ(RunBidictl("password delete q --user cli-user --target Vexmo.VIB.NQDRV4.cli-user.u-2").exit_code,
             0);
   custom_bidi_tools::RemoveQueue("cli-terminal");
@@ -165,6 +159,19 @@ TEST(Terminal, TellsHowWideATableMayBeAndStopsFollowing) {
   } while (!follower.Await("connected IP is active", 500) && ++calls < 20);
   follower.Type("\x03");
   EXPECT_EQ(follower.WaitForEnd(), 0) << follower.shown();
+  custom_bidi_tools::RemoveQueue("cli-terminal");
+}
+
+TEST(Terminal, OutputThatNobodyTakes) {
+  custom_bidi_tools::AddQueue("cli-terminal", "192.0.2.10");
+  for (const std::string line :
+       {"queue list", "items cli-terminal", "status 192.0.2.10", "port cli-terminal"}) {
+    for (const char* nowhere : {" >/dev/full", " >&-"}) {
+      const ProgramEnd end = RunBidictl(line + nowhere);
+      EXPECT_EQ(end.exit_code, 1) << line;
+      EXPECT_EQ(end.errors, "bidictl: standard output cannot be written\n") << line;
+    }
+  }
   custom_bidi_tools::RemoveQueue("cli-terminal");
 }
 

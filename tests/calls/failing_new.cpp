@@ -41,10 +41,6 @@ void operator delete(void* block, size_t) noexcept {
   std::free(block);
 }
 
-void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
-  std::free(block);
-}
-
 namespace custom_bidi_test {
 
 /// From now on the n-th allocation that the program's own code makes on this thread fails, counting from 1; 0

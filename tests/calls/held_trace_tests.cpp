@@ -2,7 +2,6 @@
 // only while another call has it open. These tests hold it open through the library's own parts, so they are
 // native ones.
 
-#include "src/security/certificate_wrapper.h"
 #include "src/trace/trace_log.h"
 #include "tests/support/call_test.h"
 
@@ -30,39 +29,41 @@ class HeldTrace : public CallTest {
 };
 
 TEST_F(HeldTrace, MissingArguments) {
-  const WString name = ToWide("name");
-  const CustomBidiChar empty[] = {0};
-  CustomBidiChar response[128];
+  const CustomBidiChar* const name = W("CustomBidi call test");
+  CustomBidiChar response[128] = {'?'};
+  CustomBidiLong status = kUntouchedStatus;
   DeviceCertificate record = {};
-  const auto expect = [this](const std::string& line, const auto& call) {
-    ExpectTrace(kBorn + Lines{">>>> Custom Bidi : " + line} + kGone, Around(call));
-  };
-
-  expect("Invalid Printer Name", [&] { GetBidiResponse(response, empty, name.c_str(), nullptr, 0); });
-  expect("Invalid Printer Name", [&] { GetPortStatus(nullptr, nullptr); });
-  expect("Invalid Address", [&] { GetStatusData(empty, response); });
-  expect("User is empty", [&] { SavePassword(nullptr, 0, nullptr, empty, empty); });
-  expect("Target Name is empty", [&] { DeletePassword(name.c_str(), empty, nullptr); });
-  expect("Invalid Printer Name", [&] { IsPasswordPresent(name.c_str(), name.c_str(), empty); });
-  expect("Invalid Printer Name", [&] { GetDeviceCertificate(nullptr, nullptr, 0); });
-  expect("Invalid Printer Name", [&] { VerifyCertificateValidity(name.c_str(), empty, 0, nullptr); });
-  ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([] { DeleteDeviceCertificate(nullptr); }));
-  ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([&] { DeleteDeviceCertificate(&record); }));
+  for (const CustomBidiChar* none : {static_cast<const CustomBidiChar*>(nullptr), W("")}) {
+    const std::pair<const char*, std::function<bool()>> rows[] = {
+        {"Invalid Printer Name", [&] { return GetBidiResponse(response, none, name, nullptr, 0) != 0; }},
+        {"Invalid Printer Name", [&] { return GetPortStatus(none, &status) != 0; }},
+        {"Invalid Address", [&] { return GetStatusData(none, response) != 0; }},
+        {"User is empty", [&] { return SavePassword(nullptr, 0, none, name, name) != 0; }},
+        {"Target Name is empty", [&] { return DeletePassword(name, none, name) != 0; }},
+        {"Invalid Printer Name", [&] { return IsPasswordPresent(name, name, none) != 0; }},
+        {"Invalid Printer Name", [&] { return GetDeviceCertificate(name, none, 1) != nullptr; }},
+        {"Invalid Printer Name", [&] { return VerifyCertificateValidity(name, none, 1, &record) != 0; }},
+    };
+    for (const auto& [line, call] : rows) {
+      ExpectTrace(kBorn + Lines{std::string(">>>> Custom Bidi : ") + line} + kGone,
+                  Around([&] { EXPECT_FALSE(call()); }));
+    }
+  }
+  EXPECT_TRUE(response[0] == '?' && status == kUntouchedStatus);
+  for (DeviceCertificate* each : {static_cast<DeviceCertificate*>(nullptr), &record}) {
+    ExpectTrace({"[DeviceCertificate]:Destroyed"}, Around([&] { DeleteDeviceCertificate(each); }));
+  }
+  EXPECT_FALSE(GetBidiResponse(nullptr, name, nullptr, nullptr, 0));
+  EXPECT_FALSE(GetStatusData(W("192.0.2.10"), nullptr));
+  EXPECT_TRUE(GetPortStatus(name, nullptr));
 }
 
 TEST_F(HeldTrace, WholeCall) {
-  const Lines call = BidiInitialisation(kQueue, kAddress) + Lines{kLoadSucceeded};
-  const WString queue = ToWide(kQueue);
-  const WString item = ToWide("A");
-  const CustomBidiChar* const names[] = {item.c_str()};
-  const CustomBidiChar empty[] = {0};
+  const CustomBidiChar* const names[] = {W("A")};
   CustomBidiChar response[128];
-  for (const CustomBidiChar* none : {static_cast<const CustomBidiChar*>(nullptr), empty}) {
-    ExpectTrace(kBorn + call + kGone,
-                Around([&] { GetBidiResponse(response, queue.c_str(), none, names, 1); }));
-  }
-  ExpectTrace(kBorn + Lines{">>>> Custom Bidi : Default CID present"} + call + kGone,
-              Around([&] { GetBidiResponse(response, queue.c_str(), item.c_str(), names, 1); }));
+  ExpectTrace(kBorn + Lines{">>>> Custom Bidi : Default CID present"} + BidiInitialisation(kQueue, kAddress) +
+                  Lines{kLoadSucceeded} + kGone,
+              Around([&] { GetBidiResponse(response, ToWide(kQueue).c_str(), W("given"), names, 1); }));
 }
 
 TEST_F(HeldTrace, SwitchWithoutAValueIsToldWhileAnEarlierOneIsOn) {
@@ -71,23 +72,6 @@ TEST_F(HeldTrace, SwitchWithoutAValueIsToldWhileAnEarlierOneIsOn) {
   ExpectTrace(kBorn + Lines{"Query value fail!! [DebugTraceEnable]"},
               Around([&] { GetPortStatus(ToWide(silent).c_str(), nullptr); }));
   RemoveQueueKey(silent);
-}
-
-// A check asks for the vault only when it has both; this holds for whoever else makes one.
-TEST_F(HeldTrace, VaultIsNamedForAUserAndAPrinterTogether) {
-  const auto lines_for = [this](const WCHAR* uuid, const WCHAR* user) {
-    return Around([&] {
-      const HMODULE library = LoadLibraryW(ToWide(HostFolder::Text("\\vexmobixocert.dll")).c_str());
-      { const custom_bidi::CertStoreVault vault(library, uuid, user, W("NQDRV4")); }
-      FreeLibrary(library);
-    });
-  };
-  const std::string begin = "[CertStoreVault]:Contructed";
-  const std::string user_named = "[IxoWrapper]:USER Name Created";
-  const std::string end = "[CertStoreVault]:Destroyed";
-  ExpectTrace({begin, "[IxoWrapper]:Target Name Created", user_named, end}, lines_for(W("uuid"), W("user")));
-  ExpectTrace({begin, user_named, end}, lines_for(W(""), W("user")));
-  ExpectTrace({begin, end}, lines_for(W("uuid"), W("")));
 }
 
 // Windows keeps no queue with a name as long as these.

@@ -1,307 +1,288 @@
-// The simulated device libraries, as far as whole calls do not show them: which calls fail, what is told of a
-// file that is no good, and what becomes of objects and bytes that were handed out.
+// The simulated device libraries and their printer's file, as far as whole calls do not show them: what no caller
+// reads as it is, what is told of a file that is no good, and what becomes of bytes that were handed out.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
-#include <stdexcept>
+#include <cstring>
+#include <ranges>
+#include <regex>
+#include <tuple>
 
+#include "ixo/simulated/printer_reader.h"
 #include "ixo/vault/vault.h"
-#include "src/deviceio/ixo_contract.h"
-#include "tests/ixo/simulated_fixture.h"
+#include "src/deviceio/device_objects.h"
+#include "tests/support/machine.h"
 
 namespace custom_bidi::simulated {
 namespace {
 
-constexpr WCHAR kTarget[] = W("simulated_tests.target");
-constexpr WCHAR kUser[] = W("user");
+using custom_bidi_test::HostFolder;
+using custom_bidi_test::ReadBytes;
+using custom_bidi_test::ToWide;
 
-/// As callers write it, with the name behind it: `folder//name`.
-WString TestPath(std::string_view name) {
-  const WString path = ExecutablePath();
-  return path.substr(0, path.find_last_of(W('\\'))) + W("//") + Wide(name);
+/// The variant that the item "It" leaves of one that a careless caller passes.
+VARIANT Filled(const Printer& printer) {
+  VARIANT variant;
+  std::memset(&variant, 0xCC, sizeof(variant));
+  printer.FindItem(W("It"))->CopyTo(&variant);
+  return variant;
 }
 
-/// A device library of the test's folder, loaded for as long as this lives.
-class DeviceLibrary {
- public:
-  struct EntryPoint {
-    template <class Function>
-    operator Function*() const {  // NOLINT(google-explicit-constructor): the type is where it is put
-      return reinterpret_cast<Function*>(address);
-    }
-    void* address;
+TEST(PrinterFile, ValuesFillTheWholePayload) {
+  const std::tuple<std::string, VARTYPE, ULONGLONG> kCases[] = {
+      {R"({"type": "VT_I1", "value": -128})", VT_I1, 0x80},
+      {R"({"type": "VT_BOOL", "value": true})", VT_BOOL, 0xFFFF},
+      {R"({"type": "VT_BOOL", "value": false})", VT_BOOL, 0},
+      {R"({"type": "VT_R8", "value": -0.5})", VT_R8, 0xBFE0000000000000},
+      {R"({"type": "VT_R8", "value": -1})", VT_R8, 0xBFF0000000000000},
   };
-
-  explicit DeviceLibrary(std::string_view file) : module_(LoadLibraryW(TestPath(file).c_str())) {
-    EXPECT_NE(module_, nullptr) << file;
+  for (const auto& [json, type, payload] : kCases) {
+    const VARIANT value = Filled(ReadPrinter(R"({"items": {"It": )" + json + "}}"));
+    EXPECT_EQ(value.vt, type) << json;
+    EXPECT_EQ(static_cast<ULONGLONG>(value.llVal), payload) << json;
   }
-  ~DeviceLibrary() { EXPECT_TRUE(FreeLibrary(module_)); }
-  DeviceLibrary(const DeviceLibrary&) = delete;
-  DeviceLibrary& operator=(const DeviceLibrary&) = delete;
+}
 
-  EntryPoint operator[](const char* name) const {
-    return {reinterpret_cast<void*>(GetProcAddress(module_, name))};
+TEST(PrinterFile, TextsAreUtf16) {
+  const Printer printer = ReadPrinter(
+      "\xEF\xBB\xBF"
+      R"({"items": {"It": "a\u0000\ud83d\ude00"}, "locale": {"de": ["w\u00fc", "x"]}})");
+  const BSTR text = Filled(printer).bstrVal;
+  EXPECT_EQ(WString(text, SysStringLen(text)), WString(W("a\0\U0001F600"), 4));
+  EXPECT_EQ(*printer.FindLocale(W("de")), W("w\u00fc\r\nx\r\n"));
+}
+
+TEST(PrinterFile, CertificateIsTextOrAFileOfEitherForm) {
+  const std::string begin = "-----BEGIN CERTIFICATE-----";
+  const std::string end = "-----END CERTIFICATE-----\r\n";
+  const std::vector<BYTE> bytes = {1, 2, 3, 0xFF, 0xEF};
+  const std::string file = R"({"certificate": {"file": "device.pem"}})";
+  EXPECT_EQ(ReadPrinter(R"({"certificate": {"der": ["AQ ID", "/+8="]}})").certificate->der, bytes);
+  HostFolder host;
+  for (const std::string& content : {std::string(bytes.begin(), bytes.end()),
+                                     "Words.\r\n" + begin + "AQ ID\n/+8=\r\n" + end + begin + "AA==" + end}) {
+    host.Write("device.pem", content);
+    EXPECT_EQ(ReadPrinter(file).certificate->der, bytes) << content;
+  }
+  host.Write("device.pem", begin + "AQID\r\n");
+  EXPECT_THROW(ReadPrinter(file), support::DescriptionError);
+}
+
+TEST(PrinterFile, FirstFaultThatAppliesCounts) {
+  const Printer printer = ReadPrinter(R"({"items": {"It": {"fault": {"raise": 4}}},
+    "faults": {"DataCollection.GetValue": [{"raise": 1, "only": "Other", "call": 2}, {"hresult": 2, "call": 2},
+                                           {"raise": 3, "only": "It", "call": 3}]}})");
+  const std::tuple<const WCHAR*, uint64_t, DWORD> kCases[] = {
+      {W("Other"), 1, 0}, {W("Other"), 2, 1}, {W("It"), 2, 2}, {W("It"), 3, 3}, {W("It"), 1, 4}};
+  for (const auto& [item, call, code] : kCases) {
+    const Fault* const fault = printer.FindFault(Operation::kDataCollectionGetValue, item, call);
+    EXPECT_EQ(fault != nullptr ? fault->code : 0, code) << call;
+  }
+}
+
+TEST(PrinterFile, IsRefusedWithThePlaceOfWhatIsWrong) {
+  const std::string kFault = "faults.DataCollection.GetValue";
+  const auto fault = [](const char* json) {
+    return R"({"faults": {"DataCollection.GetValue": )" + std::string(json) + "}}";
+  };
+  const auto item = [](const char* json) { return R"({"items": {"A": )" + std::string(json) + "}}"; };
+  const auto der = [](const char* json) { return R"({"certificate": {"der": )" + std::string(json) + "}}"; };
+  const std::string parse_error = "[json.exception.parse_error.101] parse error at line ";
+  const std::pair<std::string, std::string> kCases[] = {
+      {"", parse_error + "1, column 1: "},
+      {"{\n  \"items\": {\n    \"A\": \"x\",\n  }\n}", parse_error + "4, column 3: "},
+      {"{} {}", parse_error + "1, column 4: "},
+      {item("\"\xE9\""), parse_error + "1, column 19: "},
+      {item(R"("\ud800")"), parse_error + "1, column 24: "},
+      {item("1e999"), "[json.exception.out_of_range.406] number overflow parsing '1e999'"},
+      {"[]", "printer: an object is expected, not array"},
+      {R"({"z": 1, "item": {}})", R"(printer: unknown member "item")"},
+      {R"({"\u00e9\n": 1})", "printer: unknown member \"\xC3\xA9\\n\""},
+      {item(R"({"type": "VT_I5", "value": 1})"), R"(items.A.type: unknown type "VT_I5")"},
+      {item(R"({"type": {"b": [1, null], "a": 1}})"), R"(items.A.type: unknown type {"a":1,"b":[1,null]})"},
+      {item(R"({"type": "VT_I1", "value": 128})"), "items.A.value: an integer from -128 to 127 is "},
+      {item(R"({"type": "VT_UI4", "value": -1})"), "items.A.value: an integer from 0 to 4294967295 "},
+      {item("2147483648"), "items.A: an integer from -2147483648 to 2147483647 "},
+      {item("18446744073709551615"), "items.A: an integer from -2147483648 to 2147483647 "},
+      {item("1.0"), "items.A: an integer from -2147483648 to 2147483647 is expected, not 1.0"},
+      {item(R"({"type": "VT_I4"})"), R"(items.A: "value" is missing)"},
+      {item(R"({"value": 1})"), R"(items.A: "type" is missing)"},
+      {item(R"({"type": "VT_BOOL", "value": 1})"), "items.A.value: true or false is expected, not 1"},
+      {item(R"({"type": "VT_R8", "value": "1"})"), R"(items.A.value: a number is expected, not "1")"},
+      {item(R"({"type": "VT_EMPTY", "value": 1})"), "items.A.value: the type has no value"},
+      {item(R"({"type": "VT_BSTR", "value": 1})"), "items.A.value: a text is expected, not number"},
+      {item(R"({"typ": "VT_I4"})"), R"(items.A: unknown member "typ")"},
+      {item(R"({"fault": {"raise": 5, "only": "A"}})"), R"(items.A.fault: "only" has no place)"},
+      {R"({"addresses": {"queue": {}}})", R"(addresses: unknown member "queue")"},
+      {R"({"addresses": {"ports": {"p": {"activ": true}}}})", R"(addresses.ports.p: unknown member "activ")"},
+      {R"({"addresses": {"ports": {"p": {"active": 1}}}})", "addresses.ports.p.active: true or false is "},
+      {R"({"certificate": {"pem": "x"}})", R"(certificate: unknown member "pem")"},
+      {R"({"certificate": {"der": "AQI=", "file": "a"}})", R"(certificate: only one of "file" and "der")"},
+      {der(R"("AQI")"), "certificate.der: this is not base64"},
+      {der(R"("A=ID")"), "certificate.der: this is not base64"},
+      {der(R"("A===")"), "certificate.der: this is not base64"},
+      {der(R"("AQ-D")"), "certificate.der: this is not base64"},
+      {der(R"(["AQID", 1])"), R"(certificate.der: a text or an array of texts is expected, not ["AQID",1])"},
+      {R"({"certificate": {"file": "no such.der"}})", "certificate.file: the plain name of a file "},
+      {R"({"certificate": {"file": "../device.der"}})", "certificate.file: the plain name of a file "},
+      {R"({"certificate": {"file": "nosuch.der"}})", "certificate.file: there is no file "},
+      {R"({"certificate": {"uuid_length": -1}})", "certificate.uuid_length: an integer from 0 "},
+      {R"({"certificate": {"warnings": 5}})", "certificate.warnings: an array of codes is expected, not 5"},
+      {R"({"certificate": {"warnings": [1, "two"]}})", "certificate.warnings[1]: a 32-bit code such as "},
+      {R"({"log": "a/b"})", "log: the plain name of a file "},
+      {R"({"faults": {"GetValue": "null"}})", R"(faults: unknown operation "GetValue")"},
+      {R"({"faults": {"CreateOIDProvider": {"null": true, "only": "A"}}})", "faults.CreateOIDProvider: "},
+      {R"({"faults": {"CreateOIDProvider": {"hresult": 1}}})", "faults.CreateOIDProvider: "},
+      {R"({"faults": {"DisposeStringBuffer": "null"}})", "faults.DisposeStringBuffer: "},
+      {fault(R"({"raise": 5, "deliver": true})"), kFault + ".deliver: true is expected"},
+      {fault(R"("raise")"), kFault + R"(: unknown fault "raise")"},
+      {fault(R"({"only": "A"})"), kFault + R"(: one of "null", "hresult", "raise" and "throw")"},
+      {fault(R"({"raise": 1, "null": true})"), kFault + ": one of "},
+      {fault(R"({"null": false})"), kFault + ".null: true is expected, not false"},
+      {fault(R"([{"raise": 5}, {"raise": "5"}])"), kFault + "[1].raise: a 32-bit code such as "},
+      {fault(R"({"raise": "0x5g"})"), kFault + ".raise: a 32-bit code such as "},
+      {fault(R"({"hresult": "0x1FFFFFFFF"})"), kFault + ".hresult: a 32-bit code such as "},
+      {fault(R"({"raise": 5, "call": 0})"), kFault + ".call: an integer from 1 to 4294967295 "},
+  };
+  for (const auto& [json, told] : kCases) {
+    try {
+      ReadPrinter(json);
+      ADD_FAILURE() << "taken: " << json;
+    } catch (const support::DescriptionError& error) {
+      EXPECT_EQ(std::string(error.what()).substr(0, told.size()), told) << json;
+    }
+  }
+}
+
+TEST(PrinterFile, MayBeAsDeepAsItIsLong) {
+  const std::string open(300'000, '[');
+  const std::string close(open.size(), ']');
+  EXPECT_THROW(ReadPrinter(open + close), support::DescriptionError);
+  EXPECT_THROW(ReadPrinter(R"({"a": )" + open + close + R"(, "a": 1})"), support::DescriptionError);
+}
+
+TEST(DefaultPrinter, HasTheItemsOfItsDataMap) {
+  const std::string map = ReadBytes(SIMULATED_DATA_MAP);
+  const std::regex kItem("<DataItem Name=\"([^\"]*)\"/>");
+  std::set<WString> names = {W("DeviceID")};  // read by its name, never listed
+  for (std::sregex_iterator at(map.begin(), map.end(), kItem); at != std::sregex_iterator(); ++at) {
+    EXPECT_TRUE(names.insert(ToWide((*at)[1].str())).second) << (*at)[1] << " twice";
+  }
+  EXPECT_TRUE(std::ranges::equal(names, ReadPrinter(kDefaultPrinter).items | std::views::keys));
+}
+
+/// A library, for one load.
+struct Library {
+  explicit Library(const char* file) : module(LoadLibraryW(ToWide(HostFolder::Text("//") + file).c_str())) {}
+
+  template <class Function>
+  Function* Find(const char* name) const {
+    return reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(GetProcAddress(module.Get(), name)));
   }
 
- private:
-  HMODULE module_;
+  Module module;
 };
 
-/// What a call answers, or "raised N", or "threw".
-std::string InWords(const std::function<std::string()>& call) {
-  try {
-    return call();
-  } catch (DWORD code) {
-    return "raised " + std::to_string(code);
-  } catch (const std::runtime_error&) {
-    return "threw";
-  }
-}
+struct SecurityLibrary : Library {
+  SecurityLibrary() : Library("vexmobixocert.dll") {}
 
-/// What a call gave, behind its result in hexadecimal unless that is S_OK.
-std::string InWords(HRESULT result, const std::string& given) {
-  char code[16] = "";
-  if (result != S_OK) {
-    std::snprintf(code, sizeof(code), "%x", static_cast<unsigned>(result));
-  }
-  return code + std::string(result == S_OK || given.empty() ? "" : " + ") + given;
-}
-
-std::string Shown(const VARIANT& value) {
-  return value.vt == VT_BSTR ? Narrow(value.bstrVal) : value.vt == VT_EMPTY ? "" : std::to_string(value.lVal);
-}
-
-DWORD Save(deviceio::VaultStoreProvider* vault, std::string_view bytes) {
-  return vault->SaveTarget(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
-}
-
-std::string Load(deviceio::VaultStoreProvider* vault) {
-  BYTE stale = 0;
-  BYTE* bytes = &stale;
-  DWORD length = 99;
-  const HRESULT result = vault->GetCertFromVault(&bytes, &length);
-  if (bytes == nullptr) {
-    EXPECT_EQ(length, 0u);
-    return InWords(result, FAILED(result) ? "" : "null");
-  }
-  return InWords(result, std::string(reinterpret_cast<const char*>(bytes), length));
-}
-
-/// The three libraries, for one load.
-struct Device {
-  DeviceLibrary io{"vexmoixo.dll"};
-  DeviceLibrary data_map{"vexmoixodm.dll"};
-  DeviceLibrary security{"vexmobixocert.dll"};
-  deviceio::CreateAddressFunction* from_queue = io[deviceio::kCreateAddressFromQueueName];
-  deviceio::CreateAddressFunction* from_port = io[deviceio::kCreateAddressFromPortName];
-  deviceio::CreateAddressFunction* from_ip = io[deviceio::kCreateAddressFromIpAddress];
-  deviceio::CreateAddressFunction* from_host = io[deviceio::kCreateAddressFromHostName];
-  deviceio::CreateDataCollectionFromFileFunction* create_collection =
-      data_map[deviceio::kCreateDataCollectionFromFile];
-  deviceio::CreateOidProviderFunction* create_oids = data_map[deviceio::kCreateOidProvider];
-  deviceio::GetDeviceLocaleStringsFunction* get_strings = data_map[deviceio::kGetDeviceLocaleStrings];
-  deviceio::DisposeStringBufferFunction* dispose_strings = data_map[deviceio::kDisposeStringBuffer];
-  deviceio::CreateVaultStoreProviderFunction* create_vault = security[deviceio::kCreateVaultStoreProvider];
-  deviceio::DisposeVaultStoreProviderFunction* dispose_vault = security[deviceio::kDisposeVaultStoreProvider];
-  deviceio::CreateCertificateProviderFunction* create_certificate =
-      security[deviceio::kCreateCertificateProvider];
-  deviceio::DisposeCertificateProviderFunction* dispose_certificate =
-      security[deviceio::kDisposeCertificateProvider];
-
-  deviceio::PrinterAddress* Address() const { return from_ip(W("192.0.2.10")); }
-  deviceio::CertificateProvider* Certificate() const { return create_certificate(Address(), 0); }
   deviceio::VaultStoreProvider* Vault() const {
-    deviceio::VaultStoreProvider* const vault = create_vault();
-    EXPECT_EQ(vault->SetTargetName(kTarget), S_OK);
-    EXPECT_EQ(vault->SetUserName(kUser), S_OK);
+    deviceio::VaultStoreProvider* const vault = make_vault();
+    EXPECT_EQ(vault->SetTargetName(W("simulated_tests.target")), S_OK);
+    EXPECT_EQ(vault->SetUserName(W("user")), S_OK);
     return vault;
   }
-  std::string Item(const WCHAR* name) const {
-    deviceio::DataCollection* collection = nullptr;
-    create_collection(Address(), TestPath("vexmoixodatamap.xml").c_str(), &collection, 0);
-    VARIANT value{};
-    const HRESULT result = collection->GetValue(name, &value, 1);
-    return InWords(result, Shown(value));
-  }
-  std::string Strings(deviceio::PrinterAddress* address, const WCHAR* language) const {
-    WCHAR* buffer = nullptr;
-    ULONGLONG length = 0;
-    const LONG result = get_strings(address, language, &buffer, &length);
-    const std::string text = buffer != nullptr ? Narrow({buffer, length}) : "";
-    dispose_strings(buffer, length);
-    return InWords(result, text);
-  }
+
+  deviceio::CreateVaultStoreProviderFunction* const make_vault =
+      Find<deviceio::CreateVaultStoreProviderFunction>(deviceio::kCreateVaultStoreProvider);
+  deviceio::DisposeVaultStoreProviderFunction* const dispose_vault =
+      Find<deviceio::DisposeVaultStoreProviderFunction>(deviceio::kDisposeVaultStoreProvider);
 };
 
-/// Starts and ends without a printer.json, so with the default printer, and without an entry in the vault.
-class SimulatedPrinter : public testing::Test {
+class SimulatedLibraries : public testing::Test {
  protected:
-  SimulatedPrinter() { Clean(); }
-  ~SimulatedPrinter() override { Clean(); }
+  SimulatedLibraries() { host_.Remove("printer.json"); }  // of a run that crashed
 
-  static void WritePrinter(std::string_view json) { WriteTestFile("printer.json", json); }
-
- private:
-  static void Clean() {
-    std::filesystem::remove_all(TestFolder() / "printer.json");
-    vault::Delete(kTarget, kUser);
-  }
+  HostFolder host_;
 };
 
-TEST_F(SimulatedPrinter, FailsForTheNamesAndCallsItIsFor) {
-  WritePrinter(R"({"addresses": {"queues": {"*": {}}, "ports": {"*": {}}, "ip": {"*": {}}},
-    "items": {"It": "text", "Other": 7}, "locale": {"en": "e", "de": "d"},
-    "faults": {
-    "DataCollection.GetValue": [{"raise": 5, "only": "It"}, {"hresult": 7, "call": 3}, {"null": true, "call": 3}],
-    "GetDeviceLocaleStrings": {"throw": true, "only": "de"},
-    "PrinterAddress.IsActive": {"null": true, "only": "q"},
-    "VaultStoreProvider.SetUserName": {"raise": 6, "only": "nobody"},
-    "VaultStoreProvider.SaveTarget": [{"hresult": 5, "call": 1}, {"hresult": 5, "deliver": true}],
-    "VaultStoreProvider.GetCertFromVault": [{"hresult": -2147467259, "deliver": true, "call": 1}, {"hresult": 1}],
-    "VaultStoreProvider.IsTargetPresent": {"hresult": 9, "only": "elsewhere"}}})");
-  const Device device;
-  deviceio::VaultStoreProvider* const vault = device.Vault();
-  const auto present = [&] { return std::to_string(vault->IsTargetPresent()); };
-  const auto save = [&] { return std::to_string(Save(vault, "new")); };
-  const std::pair<std::function<std::string()>, std::string> kCalls[] = {
-      {[&] { return device.Item(W("Other")); }, "7"},
-      {[&] { return device.Item(W("It")); }, "raised 5"},
-      {[&] { return device.Item(W("Other")); }, "7 + 7"},
-      {[&] { return device.Item(W("Other")); }, "7"},
-      {[&] { return device.Strings(device.Address(), W("en")); }, "e"},
-      {[&] { return device.Strings(device.Address(), W("de")); }, "threw"},
-      {[&] { return std::to_string(device.from_port(W("p"))->IsActive()); }, "1"},
-      {[&] { return std::to_string(device.from_queue(W("q"))->IsActive()); }, "0"},
-      {save, "5"},
-      {present, "0"},
-      {save, "5"},
-      {present, "1"},
-      {[&] { return Load(vault); }, "80004005 + new"},
-      {[&] { return Load(vault); }, "1 + new"},
-      {[&] { return InWords(vault->SetTargetName(W("elsewhere")), "set"); }, "set"},
-      {present, "9"},
-      {[&] { return InWords(vault->SetUserName(W("nobody")), "set"); }, "raised 6"},
-      {[&] { return Load(vault); }, "80070057"},
-  };
-  for (size_t i = 0; const auto& [call, outcome] : kCalls) {
-    EXPECT_EQ(InWords(call), outcome) << "call " << i++;
-  }
-  EXPECT_EQ(Device().Item(W("Other")), "7") << "each load counts from one";
-}
-
-TEST_F(SimulatedPrinter, FailsEverywhereWhenItsFileIsNoGood) {
-  deviceio::PrinterAddress* const address = Device().Address();
-  WritePrinter("{");
-  for (const std::string words :
+// The data-map library is never asked without an address.
+TEST_F(SimulatedLibraries, FailWhenTheirFileIsNoGoodAndSayWhy) {
+  for (const std::string why :
        {"[json.exception.parse_error.101] parse error at line 1", "the file cannot"}) {
-    testing::internal::CaptureStderr();
-    {
-      const Device device;
-      for (const auto& make : {device.from_queue, device.from_port, device.from_ip, device.from_host}) {
-        EXPECT_EQ(make(W("x")), nullptr);
-      }
-      deviceio::DataCollection* collection = nullptr;
-      EXPECT_EQ(device.create_collection(address, W("x"), &collection, 0), E_FAIL);
-      EXPECT_EQ(device.create_oids(address), nullptr);
-      EXPECT_EQ(device.Strings(address, W("en")), "80004005");
-      EXPECT_EQ(device.create_certificate(nullptr, 1), nullptr);
-      EXPECT_EQ(device.create_vault(), nullptr);
-      device.dispose_certificate(nullptr);
-      device.dispose_vault(nullptr);
+    host_.Write("printer.json", "{");
+    if (why == "the file cannot") {
+      host_.Remove("printer.json");
+      std::filesystem::create_directory(HostFolder::Path() / "printer.json");
     }
+    testing::internal::CaptureStderr();
+    const Library io("vexmoixo.dll");
+    for (const char* name : {deviceio::kCreateAddressFromQueueName, deviceio::kCreateAddressFromPortName,
+                             deviceio::kCreateAddressFromIpAddress, deviceio::kCreateAddressFromHostName}) {
+      EXPECT_EQ(io.Find<deviceio::CreateAddressFunction>(name)(W("x")), nullptr);
+    }
+    const SecurityLibrary security;
+    const auto make_certificate =
+        security.Find<deviceio::CreateCertificateProviderFunction>(deviceio::kCreateCertificateProvider);
+    EXPECT_EQ(make_certificate(nullptr, 1), nullptr);
+    EXPECT_EQ(security.make_vault(), nullptr);
     const std::string told = testing::internal::GetCapturedStderr();
-    EXPECT_NE(told.find("printer.json: " + words), std::string::npos) << told;
-    EXPECT_EQ(std::ranges::count(told, '\n'), 3) << "once for each library: " << told;
-    std::filesystem::remove(TestFolder() / "printer.json");
-    std::filesystem::create_directory(TestFolder() / "printer.json");
+    EXPECT_NE(told.find("printer.json: " + why), std::string::npos) << told;
+    EXPECT_EQ(std::ranges::count(told, '\n'), 2) << "once for each library: " << told;
   }
 }
 
-TEST_F(SimulatedPrinter, RemembersItsLastFailure) {
-  const Device device;
-  WCHAR uuid[37];
-  DWORD length = 99;
-  deviceio::CertificateProvider* const provider = device.create_certificate(nullptr, 0);
-  EXPECT_EQ(provider->GetLastErrorCode(), 0u);
-  EXPECT_EQ(provider->GetDeviceUUID(uuid, 37, &length), static_cast<HRESULT>(0x80070490));
-  EXPECT_EQ(provider->GetLastErrorCode(), 1168u);
-  EXPECT_EQ(device.Certificate()->GetDeviceUUID(uuid, 36, &length), static_cast<HRESULT>(0x8007007A));
-  EXPECT_EQ(device.Certificate()->GetDeviceUUID(uuid, 37, &length), S_OK);
-  EXPECT_EQ(std::to_string(length) + Narrow(uuid), "366f0d6a52-7c1e-4b1a-9a64-02005e10000a");
-  const BYTE broken[] = {0x30};
-  LONG valid = 99;
-  EXPECT_LT(provider->CheckCertificateDate(broken, 1, &valid), 0);
-  EXPECT_EQ(valid, 0);
-  EXPECT_GE(provider->GetLastErrorCode(), 0x80000000) << "the result itself, which holds no code";
+// What every test of whole calls reads, to see that every object comes back.
+TEST_F(SimulatedLibraries, NoteWhatIsGivenBack) {
+  host_.Write("printer.json", R"({"log": "calls.log"})");
+  host_.Write("calls.log", "before\n");
+  {
+    const SecurityLibrary security;
+    deviceio::VaultStoreProvider* const vault = security.make_vault();
+    security.dispose_vault(vault);
+    security.dispose_vault(vault);
+    security.dispose_vault(nullptr);
+  }
+  SecurityLibrary().make_vault();  // goes with the library
+  EXPECT_EQ(ReadBytes(HostFolder::Path() / "calls.log"),
+            "before\nload\nCreateVaultStoreProvider vault-1\nDisposeVaultStoreProvider vault-1\n"
+            "DisposeVaultStoreProvider unknown\nDisposeVaultStoreProvider none\nload\n"
+            "CreateVaultStoreProvider vault-1\n");
 }
 
-TEST_F(SimulatedPrinter, KeepsWhatItHandedOutOfTheVault) {
-  const std::string password("p\0w\0\xFF", 5);
-  EXPECT_EQ(Save(Device().Vault(), password), 0u);
-  const Device device;
-  deviceio::VaultStoreProvider* const vault = device.Vault();
+TEST_F(SimulatedLibraries, KeepWhatTheyHandedOutOfTheVault) {
+  const SecurityLibrary security;
+  deviceio::VaultStoreProvider* const vault = security.Vault();
+  const std::vector<BYTE> password = {'p', 0, 'w', 0, 0xFF};
   BYTE* bytes = nullptr;
   DWORD length = 0;
+  EXPECT_EQ(vault->SaveTarget(password.data(), 5), 0u);
   ASSERT_EQ(vault->GetCertFromVault(&bytes, &length), S_OK);
-  EXPECT_EQ(Save(vault, ""), 0u);
-  EXPECT_EQ(Load(device.Vault()), "null") << "an entry, and nothing in it";
+  EXPECT_EQ(security.Vault()->SaveTarget(password.data(), 1), 0u);
   EXPECT_EQ(vault->DeleteTarget(), 0u);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes), length), password);
-  EXPECT_EQ(Load(vault), "80070490");
-  EXPECT_EQ(vault->DeleteTarget(), DWORD{ERROR_NOT_FOUND});
-  EXPECT_EQ(Save(vault, std::string(vault::kMaxEntryBytes + 1, 'x')), vault::kTooLarge);
+  EXPECT_EQ(std::vector<BYTE>(bytes, bytes + length), password);
 }
 
-TEST_F(SimulatedPrinter, ActsOnNothingUntilBothNamesAreTaken) {
-  const Device device;
-  EXPECT_EQ(Save(device.Vault(), "safe"), 0u);
+TEST_F(SimulatedLibraries, ActOnNothingUntilBothNamesAreTaken) {
+  const SecurityLibrary security;
+  const BYTE byte = 'x';
+  EXPECT_EQ(security.Vault()->SaveTarget(&byte, 1), 0u);
   const WString too_long(vault::kMaxTargetChars + 1, W('t'));
   for (const WCHAR* const name : {static_cast<const WCHAR*>(nullptr), W(""), too_long.c_str()}) {
     for (const bool is_user : {false, true}) {
-      deviceio::VaultStoreProvider* const vault = device.Vault();
+      deviceio::VaultStoreProvider* const vault = security.Vault();
+      BYTE* bytes = nullptr;
+      DWORD length = 99;
       EXPECT_EQ(is_user ? vault->SetUserName(name) : vault->SetTargetName(name), E_INVALIDARG);
       EXPECT_EQ(vault->IsTargetPresent(), 0);
-      EXPECT_EQ(Load(vault), "80070057");
-      EXPECT_EQ(Save(vault, "new"), DWORD{ERROR_INVALID_PARAMETER});
+      EXPECT_EQ(vault->GetCertFromVault(&bytes, &length), E_INVALIDARG);
+      EXPECT_EQ(length, 0u);
+      EXPECT_EQ(vault->SaveTarget(&byte, 1), DWORD{ERROR_INVALID_PARAMETER});
       EXPECT_EQ(vault->DeleteTarget(), DWORD{ERROR_INVALID_PARAMETER});
     }
   }
-  EXPECT_EQ(Load(device.Vault()), "safe");
-}
-
-// Whoever counts on it that every object comes back reads it here.
-TEST_F(SimulatedPrinter, NotesEveryCallOfItsCertificateLibrary) {
-  WritePrinter(R"({"log": "calls.log", "faults": {
-    "CreateVaultStoreProvider": {"raise": 14, "call": 2},
-    "CreateCertificateProvider": {"null": true, "call": 2},
-    "DisposeVaultStoreProvider": {"throw": true, "call": 1}}})");
-  WriteTestFile("calls.log", "before\n");
-  {
-    const Device device;
-    deviceio::VaultStoreProvider* const vault = device.create_vault();
-    vault->SetUserName(kUser);
-    EXPECT_THROW(device.create_vault(), DWORD);
-    deviceio::CertificateProvider* const certificate = device.create_certificate(nullptr, 1);
-    EXPECT_EQ(device.create_certificate(nullptr, 1), nullptr);
-    certificate->GetLastErrorCode();
-    device.dispose_certificate(certificate);
-    device.dispose_certificate(certificate);
-    EXPECT_THROW(device.dispose_vault(vault), std::runtime_error);
-    device.dispose_vault(nullptr);
-    device.dispose_vault(vault);
-  }
-  Device().create_vault();  // Goes with the library.
-  EXPECT_EQ(ReadTestFile("calls.log"),
-            "before\nload\nCreateVaultStoreProvider vault-1\nVaultStoreProvider.SetUserName vault-1\n"
-            "CreateVaultStoreProvider none\nCreateCertificateProvider certificate-1\n"
-            "CreateCertificateProvider none\nCertificateProvider.GetLastErrorCode certificate-1\n"
-            "DisposeCertificateProviderPtr certificate-1\nDisposeCertificateProviderPtr unknown\n"
-            "DisposeVaultStoreProvider vault-1\nDisposeVaultStoreProvider none\n"
-            "DisposeVaultStoreProvider vault-1\nload\nCreateVaultStoreProvider vault-1\n");
-  std::filesystem::remove(TestFolder() / "calls.log");
+  EXPECT_EQ(security.Vault()->DeleteTarget(), 0u) << "the entry is still there";
 }
 
 }  // namespace

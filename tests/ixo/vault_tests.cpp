@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <numeric>
 #include <tuple>
 
@@ -72,15 +71,6 @@ TEST_F(VaultTest, RefusesNamesThatNameNothing) {
     EXPECT_EQ(Present(target, user), InWords(code));
     EXPECT_EQ(Delete(target, user), code);
   }
-}
-
-TEST_F(VaultTest, IsTheSameInEveryProcess) {
-  EXPECT_EQ(Save(W("vt.mine"), W("u"), "first"), 0u);
-  const std::string command = "\"" VAULT_VISITOR "\" vt.mine u first second";
-  // cmd.exe takes away the outer quotes.
-  const bool is_cmd = std::filesystem::path::preferred_separator == '\\';
-  EXPECT_EQ(std::system((is_cmd ? "\"" + command + "\"" : command).c_str()), 0);
-  EXPECT_EQ(Load(W("vt.mine"), W("u")), "second");
 }
 
 TEST(SecureBytes, AreWipedBeforeTheyAreGivenBack) {

@@ -44,8 +44,8 @@ std::string Uuid(NetworkCertificateProvider& provider) {
 
 TEST(Certificate, ProblemsAreWarnings) {
   using Files = std::vector<std::string>;
-  const Files authority = {PrinterAuthority()};
-  const Files revocations = {PrinterRevocations()};
+  const Files authority = {PrinterKeys("ca.crt")};
+  const Files revocations = {PrinterKeys("crl.pem")};
   const Files own = {PrinterKeys("selfsigned") / "localhost.crt"};
   struct Case {
     Files anchors, lists;
@@ -86,28 +86,26 @@ TEST(Certificate, ProblemsAreWarnings) {
 }
 
 TEST(Certificate, IsHandedOutWithItsDates) {
-  for (const auto& [keys, holds] : {std::pair("good", 1), std::pair("expired", 0)}) {
-    const IppPrinter printer({.keys = PrinterKeys(keys)});
-    TestAddress address(printer.Uri("ipps"));
-    const Settings settings{.deadline = kPatience};
-    NetworkCertificateProvider provider(address, settings);
-    DWORD length = 0;
-    ASSERT_EQ(Ask(provider, nullptr, length), DWORD{ERROR_SUCCESS});
-    std::vector<BYTE> der(length);
-    DWORD too_short = length - 1;
-    EXPECT_EQ(Ask(provider, der.data(), too_short), DWORD{ERROR_INSUFFICIENT_BUFFER});
-    EXPECT_EQ(too_short, length);
-    EXPECT_EQ(Ask(provider, der.data(), length), DWORD{ERROR_SUCCESS});
+  const IppPrinter printer({.keys = PrinterKeys("expired")});
+  TestAddress address(printer.Uri("ipps"));
+  const Settings settings{.deadline = kPatience};
+  NetworkCertificateProvider provider(address, settings);
+  DWORD length = 0;
+  ASSERT_EQ(Ask(provider, nullptr, length), DWORD{ERROR_SUCCESS});
+  std::vector<BYTE> der(length);
+  DWORD too_short = length - 1;
+  EXPECT_EQ(Ask(provider, der.data(), too_short), DWORD{ERROR_INSUFFICIENT_BUFFER});
+  EXPECT_EQ(too_short, length);
+  EXPECT_EQ(Ask(provider, der.data(), length), DWORD{ERROR_SUCCESS});
 
-    NetworkCertificateProvider without_device;
-    LONG valid = 99;
-    EXPECT_EQ(without_device.CheckCertificateDate(der.data(), length, &valid), S_OK);
-    EXPECT_EQ(valid, holds);
-    EXPECT_EQ(Warnings(without_device), "failed: 1168");
-    EXPECT_EQ(Uuid(without_device), "failed: 1168");
-    EXPECT_EQ(Ask(without_device, nullptr, length), DWORD{ERROR_NOT_FOUND});
-    EXPECT_EQ(length, 0u);
-  }
+  NetworkCertificateProvider without_device;
+  LONG valid = 99;
+  EXPECT_EQ(without_device.CheckCertificateDate(der.data(), length, &valid), S_OK);
+  EXPECT_EQ(valid, 0);
+  EXPECT_EQ(Warnings(without_device), "failed: 1168");
+  EXPECT_EQ(Uuid(without_device), "failed: 1168");
+  EXPECT_EQ(Ask(without_device, nullptr, length), DWORD{ERROR_NOT_FOUND});
+  EXPECT_EQ(length, 0u);
 }
 
 TEST(Certificate, UuidIsThePrintersOwn) {
@@ -154,45 +152,39 @@ TEST(Certificate, DevicesWithoutOneCostAtMostTheDeadline) {
       {"drips", Drip(record, milliseconds(20)), nullptr, kTimeout, "ipps"}};
   AtOnce(devices, [](const Device& row) {
     const ClosedPort closed;
-    const auto first = row.first ? std::make_unique<TcpPeer>(row.first) : nullptr;
-    const auto second = row.second ? std::make_unique<TcpPeer>(row.second) : nullptr;
-    TestAddress address(Local(first ? first->Port() : closed.Port(), row.scheme));
+    const TcpPeer first(row.first);
+    const TcpPeer second(row.second);
+    const std::string port_name = Local(row.first ? first.Port() : closed.Port(), row.scheme);
+    TestAddress address(port_name);
     const Settings settings{.deadline = kDeadline};
     PresentedCertificate presented;
     const auto probe = [&] {
-      return ProbeCertificate(address, settings, presented, second ? second->Port() : closed.Port());
+      return ProbeCertificate(address, settings, presented, row.second ? second.Port() : closed.Port());
     };
     EXPECT_EQ(InTime(probe), row.code);
     // A failure is met with once.
-    TestAddress another(Local(first ? first->Port() : closed.Port(), row.scheme));
+    TestAddress another(port_name);
     NetworkCertificateProvider provider(another, settings);
     const std::string warnings = InTime([&] { return Warnings(provider); });
-    const int connections = first ? first->Connections() : 0;
+    const int connections = first.Connections();
     DWORD length = 99;
     EXPECT_EQ(Failed(Ask(provider, nullptr, length)), warnings);
     EXPECT_EQ(length, 0u);
-    EXPECT_EQ(first ? first->Connections() : 0, connections);
+    EXPECT_EQ(first.Connections(), connections);
   });
 }
 
 TEST(Certificate, ComesFromTheOtherPortWhenTheFirstSpeaksNoTls) {
   const IppPrinter printer;
-  struct First {
-    const char* name;
-    TcpHandler handler;
-  };
-  const std::vector<First> cases = {{"silent", StaySilent()},
-                                    {"closes", CloseAtOnce()},
-                                    {"HTTP", Reply("HTTP/1.1 400 Bad Request\r\n\r\n")}};
-  AtOnce(cases, [&](const First& row) {
-    const TcpPeer first(row.handler);
+  for (const TcpHandler& handler : {StaySilent(), CloseAtOnce(), Reply("HTTP/1.1 400 Bad Request\r\n\r\n")}) {
+    const TcpPeer first(handler);
     TestAddress address(Local(first.Port()));
     const Settings settings{.deadline = milliseconds(3000)};
     PresentedCertificate presented;
     EXPECT_EQ(ProbeCertificate(address, settings, presented, printer.Port()), DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(presented.der.empty());
     EXPECT_TRUE(address.TheStanding().MayTry(Protocol::kIpp));
-  });
+  }
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include "ixo/network/keyring/secret_service.h"
 
 #include <signal.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -95,13 +93,11 @@ TEST_F(SecretServiceTest, KeepsEntriesApart) {
             (Texts{"yes", "no", "no"}));
   EXPECT_EQ(kKeyring.Save("other's", W("other")), "done");
   EXPECT_EQ(kKeyring.Delete(), "done");
-  EXPECT_EQ(kKeyring.IsPresent(), "no");
-  EXPECT_EQ(kKeyring.Load(W("other")), "other's");
+  EXPECT_EQ((Texts{kKeyring.IsPresent(), kKeyring.Load(W("other"))}), (Texts{"no", "other's"}));
 
   const WCHAR half_a_pair[] = {0xD83D, 0};
   EXPECT_EQ(kKeyring.Save("", kUser, half_a_pair), Store::Text(ERROR_INVALID_NAME, ""));
   EXPECT_EQ(kKeyring.Save("", kUser, W("")), Store::Text(ERROR_INVALID_PARAMETER, ""));
-  EXPECT_FALSE(HasFileVault());
 }
 
 // A keyring may be locked at any moment, so also between two calls of one operation.
@@ -164,45 +160,32 @@ TEST_F(SecretServiceTest, EntriesOfTheFileVaultAreFoundInASession) {
   EXPECT_EQ((Texts{kEither.Delete(), kEither.IsPresent(), kEither.Delete()}),
             (Texts{"done", "no", "code 1168"}));
 
-  const std::string answer =
-      service.Call({"--dest=org.freedesktop.secrets", "/org/freedesktop/secrets/collection/login",
-                    "org.freedesktop.Secret.Collection.Delete"});
-  EXPECT_NE(answer.find("object path \"/\""), std::string::npos) << answer;
+  service.Call({"--dest=org.freedesktop.secrets", "/org/freedesktop/secrets/collection/login",
+                "org.freedesktop.Secret.Collection.Delete"});
   EXPECT_EQ(kKeyring.Save("secret"), Store::Text(secret_service::kNoKeyring, ""));
   EXPECT_EQ(kKeyring.Load(), "code 1168");
 }
 
 TEST_F(SecretServiceTest, WhoStaysSilentCostsTheDeadline) {
-  Keyring::Found found;
-  const auto search = [&](const std::string& bus, milliseconds deadline) {
-    return InTime(
-        [&] {
-          Keyring keyring(functions_, Deadline(deadline));
-          const DWORD code = keyring.Connect(bus);
-          return code == ERROR_SUCCESS ? keyring.Search(kNames, found) : code;
-        },
-        deadline);
-  };
-  // Its backlog connects, and nobody ever says a word.
-  const Socket mute(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-  const std::string path = home_ / "mute";
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  ASSERT_EQ(bind(mute.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-  ASSERT_EQ(listen(mute.Get(), 5), 0);
-  EXPECT_EQ(search("unix:path=" + path, kDeadline), kTimeout);
-
   const KeyringServer service;
-  const std::string answer =
-      service.Call({"--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
-                    "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:org.freedesktop.secrets"});
-  const size_t number = answer.rfind("uint32 ");
-  ASSERT_NE(number, std::string::npos) << answer;
-  const pid_t daemon = std::stoi(answer.substr(number + 7));
-  kill(daemon, SIGSTOP);
-  EXPECT_EQ(search(service.Address(), kDeadline), kTimeout);
-  kill(daemon, SIGCONT);
-  EXPECT_EQ(search(service.Address(), kPatience), DWORD{ERROR_SUCCESS});
+  const auto search = [&](milliseconds deadline) {
+    Keyring keyring(functions_, Deadline(deadline));
+    Keyring::Found found;
+    const DWORD code = keyring.Connect(service.Address());
+    return code == ERROR_SUCCESS ? keyring.Search(kNames, found) : code;
+  };
+  for (const std::string name : {"org.freedesktop.DBus", "org.freedesktop.secrets"}) {
+    const std::string answer =
+        service.Call({"--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                      "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:" + name});
+    const size_t number = answer.rfind("uint32 ");
+    ASSERT_NE(number, std::string::npos) << answer;
+    const pid_t daemon = std::stoi(answer.substr(number + 7));
+    kill(daemon, SIGSTOP);
+    EXPECT_EQ(InTime([&] { return search(kDeadline); }), kTimeout) << name;
+    kill(daemon, SIGCONT);
+    EXPECT_EQ(search(kPatience), DWORD{ERROR_SUCCESS}) << name;
+  }
 }
 
 TEST_F(SecretServiceTest, BusThatEndsLeavesTheProcessAlone) {

@@ -27,36 +27,30 @@ SnmpSettings At(uint16_t port, Version version = Version::kAuto) {
   return {.version = version, .port = port};
 }
 
-SnmpSettings Joe(uint16_t port) {
-  return {.version = Version::k3,
-          .port = port,
-          .user = "joe",
-          .authentication_passphrase = "joe-authenticates",
-          .privacy_passphrase = "joe-encrypts"};
+SnmpSettings Joe(uint16_t port,
+                 const char* passphrase = "joe-authenticates",
+                 const char* privacy_passphrase = "joe-encrypts",
+                 const char* user = "joe",
+                 const char* authentication = "SHA",
+                 const char* privacy = "AES") {
+  return {Version::k3, port, 1, "", user, authentication, passphrase, privacy, privacy_passphrase};
 }
 
-std::string Hex(char c) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  return {kDigits[(c >> 4) & 15], kDigits[c & 15]};
+/// "3", "#7" for the unsigned, "<AB>" for octets, other text as it is.
+std::string Shown(const SnmpValue& value) {
+  switch (value.kind) {
+    case SnmpValue::Kind::kInteger:
+      return std::to_string(value.integer);
+    case SnmpValue::Kind::kUnsigned:
+      return "#" + std::to_string(value.number);
+    case SnmpValue::Kind::kOctets:
+      return "<" + value.bytes + ">";
+    default:
+      return value.bytes;
+  }
 }
 
-/// "3", "#7" for the unsigned, "<4080>" for octets, other text as it is, "-" for what is missing.
-std::string Shown(const std::optional<SnmpValue>& value) {
-  if (!value || value->kind == SnmpValue::Kind::kText) {
-    return value ? value->bytes : "-";
-  }
-  if (value->kind != SnmpValue::Kind::kOctets) {
-    return value->kind == SnmpValue::Kind::kInteger ? std::to_string(value->integer)
-                                                    : "#" + std::to_string(value->number);
-  }
-  std::string digits;
-  for (const char c : value->bytes) {
-    digits += Hex(c);
-  }
-  return "<" + digits + ">";
-}
-
-/// The values with blanks between them, or "failed: code".
+/// The values with blanks between them, "-" for what is missing, or "failed: code".
 std::string Ask(const SnmpSettings& settings,
                 const std::vector<std::string>& oids = kState,
                 milliseconds deadline = kPatience,
@@ -69,34 +63,34 @@ std::string Ask(const SnmpSettings& settings,
   }
   std::string text;
   for (const auto& value : values) {
-    text += (text.empty() ? "" : " ") + Shown(value);
+    text += (text.empty() ? "" : " ") + (value ? Shown(*value) : "-");
   }
   return text;
 }
 
 TEST(Snmp, AsksForEverythingInOneDatagram) {
-  const SnmpAgent agent({.error_state = "0x4080",
+  const SnmpAgent agent({.error_state = "0x4050",
                          .lines = {"override 1.3.6.1.2.1.1.2.0 object_id 1.3.6.1.4.1.4294967295.1",
                                    "override 1.3.6.1.2.1.1.3.0 timeticks 4294967295",
                                    "override 1.3.6.1.2.1.1.7.0 integer -7", kJoeLine}});
-  std::vector<std::string> oids = {"1.3.6.1.2.1.1.2.0", "1.3.6.1.2.1.1.3.0", "1.3.6.1.2.1.1.7.0"};
-  oids.insert(oids.end(), kState.begin(), kState.end());
+  std::vector<std::string> oids = {"1.3.6.1.2.1.1.2.0", "1.3.6.1.2.1.1.3.0", "1.3.6.1.2.1.1.7.0",
+                                   kState[0],           kState[1],           kState[2]};
   for (const Version version : {Version::kAuto, Version::k1, Version::k2c}) {
     const UdpPeer relay(UdpPeer::PassOn(agent.Port()));
-    EXPECT_EQ(Ask(At(relay.Port(), version), oids), "1.3.6.1.4.1.4294967295.1 #4294967295 -7 3 2 <4080>");
+    EXPECT_EQ(Ask(At(relay.Port(), version), oids), "1.3.6.1.4.1.4294967295.1 #4294967295 -7 3 2 <@P>");
     EXPECT_EQ(relay.Datagrams(), 1);
     // What the agent does not know is left out.
     EXPECT_EQ(Ask(At(agent.Port(), version), {kMissing, kState[0], kMissing, kState[1]}), "- 3 - 2");
     EXPECT_EQ(Ask(At(agent.Port(), version), {kMissing, kMissing}), "- -");
   }
-  EXPECT_EQ(Ask(At(agent.Port()), kState, kPatience, "::1"), "3 2 <4080>");
+  EXPECT_EQ(Ask(At(agent.Port()), kState, kPatience, "::1"), "3 2 <@P>");
 
   const UdpPeer relay(UdpPeer::PassOn(agent.Port()));
   oids.clear();
   std::string expected = "-";
   for (uint32_t i = 0; i < 150; ++i) {
     oids.push_back(i % 3 == 0 ? "1.3.6.1.4.1.4294967295.4294967295." + std::to_string(i) : kState[i % 3]);
-    expected += i == 0 ? "" : i % 3 == 0 ? " -" : i % 3 == 1 ? " 2" : " <4080>";
+    expected += i == 0 ? "" : i % 3 == 0 ? " -" : i % 3 == 1 ? " 2" : " <@P>";
   }
   EXPECT_EQ(Ask(At(relay.Port()), oids), expected) << "and more than one has room for";
   EXPECT_EQ(relay.Datagrams(), 3);
@@ -106,7 +100,7 @@ TEST(Snmp, AsksForEverythingInOneDatagram) {
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&, settings = i % 2 == 0 ? At(agent.Port()) : Joe(agent.Port())] {
       for (int call = 0; call < 15; ++call) {
-        good += Ask(settings) == "3 2 <4080>";
+        good += Ask(settings) == "3 2 <@P>";
       }
     });
   }
@@ -115,9 +109,9 @@ TEST(Snmp, AsksForEverythingInOneDatagram) {
 }
 
 TEST(Snmp, TurnsToVersion1WhenVersion2cIsNotAnswered) {
-  const SnmpAgent agent({.answers_v2c = false});
+  const SnmpAgent agent({.error_state = "0x4050", .answers_v2c = false});
   const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(Ask(At(agent.Port()), kState, milliseconds(2000)), "3 2 <00>");
+  EXPECT_EQ(Ask(At(agent.Port()), kState, milliseconds(2000)), "3 2 <@P>");
   EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(1000));
 }
 
@@ -127,24 +121,16 @@ TEST(Snmp, Version3TakesTheRightUserOnly) {
       {.lines = {kJoeLine, "createUser md5 MD5 \"md5-authenticates\" DES \"md5-encrypts\"", "rwuser md5 priv",
                  "createUser sha512 SHA-512 \"sha-authenticates\" AES \"sha-encrypts\"",
                  "rwuser sha512 priv"}});
-  struct Case {
-    SnmpSettings settings;
-    DWORD code;
-  };
-  const auto user = [&](const char* name, const char* authentication, const char* passphrase,
-                        const char* privacy, const char* privacy_passphrase) {
-    return SnmpSettings{Version::k3, agent.Port(),      1, "", name, authentication, passphrase,
-                        privacy,     privacy_passphrase};
-  };
-  const Case cases[] = {
-      {user("joe", "SHA", "joe-authenticates", "AES", "joe-encrypts"), ERROR_SUCCESS},
-      {user("joe", "SHA", "joe-authenticatez", "AES", "joe-encrypts"), kBadAnswer},
-      {user("joe", "SHA", "joe-authenticates", "AES", "joe-encryptz"), kTimeout},
-      {user("joe", "SHA", "joe-authenticates", "AES", "joe-encrypts"), ERROR_SUCCESS},
-      {user("jim", "SHA", "joe-authenticates", "AES", "joe-encrypts"), kBadAnswer},
-      {user("md5", "MD5", "md5-authenticates", "DES", "md5-encrypts"), ERROR_SUCCESS},
-      {user("sha512", "SHA-512", "sha-authenticates", "AES", "sha-encrypts"), ERROR_SUCCESS},
-      {user("joe", "SHA", "short", "AES", "joe-encrypts"), kNotSupported}};
+  const uint16_t port = agent.Port();
+  const std::pair<SnmpSettings, DWORD> cases[] = {
+      {Joe(port), ERROR_SUCCESS},
+      {Joe(port, "joe-authenticatez"), kBadAnswer},
+      {Joe(port, "joe-authenticates", "joe-encryptz"), kTimeout},
+      {Joe(port), ERROR_SUCCESS},
+      {Joe(port, "joe-authenticates", "joe-encrypts", "jim"), kBadAnswer},
+      {Joe(port, "md5-authenticates", "md5-encrypts", "md5", "MD5", "DES"), ERROR_SUCCESS},
+      {Joe(port, "sha-authenticates", "sha-encrypts", "sha512", "SHA-512"), ERROR_SUCCESS},
+      {Joe(port, "short"), kNotSupported}};
   for (const auto& [settings, code] : cases) {
     EXPECT_EQ(Ask(settings, {kState[0], kMissing}, code == kTimeout ? kDeadline : kPatience),
               code == ERROR_SUCCESS ? "3 -" : Failed(code))
@@ -154,7 +140,7 @@ TEST(Snmp, Version3TakesTheRightUserOnly) {
 
 /// The agent refuses a request of the wrong time once, and tells the right one with its refusal.
 TEST(Snmp, Version3FollowsTheAgentsTime) {
-  const SnmpAgent agent({.lines = {kJoeLine}});
+  const SnmpAgent agent({.error_state = "0x4050", .lines = {kJoeLine}});
   const UdpPeer relay(
       [pass_on = UdpPeer::PassOn(agent.Port()), first = true](const std::string& request) mutable {
         std::string answer = pass_on(request);
@@ -166,7 +152,7 @@ TEST(Snmp, Version3FollowsTheAgentsTime) {
         }
         return answer;
       });
-  EXPECT_EQ(Ask(Joe(relay.Port())), "3 2 <00>");
+  EXPECT_EQ(Ask(Joe(relay.Port())), "3 2 <@P>");
   EXPECT_EQ(relay.Datagrams(), 3);
 }
 
@@ -260,102 +246,25 @@ TEST(Snmp, SaysWhyThereIsNoAnswer) {
   }
 }
 
-// The objects of one device, as the data-map library hands them out.
-
-/// A device that was not asked yet.
-struct Device {
-  explicit Device(uint16_t port) : settings{.deadline = kPatience, .snmp = At(port)} {}
-
-  /// As the data-map library's caller does: the value as text with its type in front, or what went wrong.
-  std::string Read(const std::string& oid) {
-    VARIANT variant{};
-    const HRESULT result = NetworkOidProvider(oids).GetValue(base::ToUtf16(oid).c_str(), &variant);
-    const char* const why = result == support::kElementNotFound ? "none" : result == E_FAIL ? "failed" : "?";
-    return result == S_OK ? Text(variant) : why;
-  }
-
-  std::string Item(const std::string& oid) {
-    const support::Value* const found = oids.FindItem(oid);
-    if (found == nullptr) {
-      return "none";
-    }
-    VARIANT variant{};
-    found->CopyTo(&variant);
-    return Text(variant);
-  }
-
-  static std::string Text(const VARIANT& variant) {
-    return variant.vt == VT_BSTR ? base::ToUtf8(variant.bstrVal) : "#" + std::to_string(variant.lVal);
-  }
-
-  TestAddress address{"127.0.0.1"};
-  Settings settings;
-  DeviceOids oids{address, settings};
-};
-
-TEST(DeviceOids, StateIsOfOneMomentAndOtherObjectsAreNot) {
-  const SnmpAgent agent({.error_state = "0x40af", .lines = {"override -rw "s + kContact + " octet_str one"}});
-  const UdpPeer relay(UdpPeer::PassOn(agent.Port()));
-  Device device(relay.Port());
-  EXPECT_EQ(device.Read(kState[1]), "#2");
-  agent.Set(kState[0], "i", "5");
-  EXPECT_EQ(device.Read(kState[0]), "#3");
-  EXPECT_EQ(device.Read(kState[2]), "40AF");
-  EXPECT_EQ(relay.Datagrams(), 1);
-
+// Whole calls ask for the state's objects and for items, and for no others.
+TEST(DeviceOids, OthersAreReadAnew) {
+  const SnmpAgent agent({.lines = {"override -rw "s + kContact + " octet_str one"}});
+  TestAddress address("127.0.0.1");
+  const Settings settings{.deadline = kPatience, .snmp = At(agent.Port())};
+  DeviceOids oids(address, settings);
+  NetworkOidProvider provider(oids);
+  const WString contact = base::ToUtf16(kContact);
   VARIANT before{};
-  EXPECT_EQ(device.oids.Read(base::ToUtf16(kContact), &before), S_OK);
+  VARIANT after{};
+  EXPECT_EQ(provider.GetValue(contact.c_str(), &before), S_OK);
   agent.Set(kContact, "s", "two");
-  EXPECT_EQ(device.Read(kContact), "74776F");
-  EXPECT_EQ(Device::Text(before), "6F6E65") << "what was handed out stays";
-  EXPECT_EQ(device.Read(kMissing), "none");
-  EXPECT_EQ(device.Read("1.3.x"), "failed");
-  EXPECT_EQ(NetworkOidProvider(device.oids).GetValue(nullptr, &before), E_INVALIDARG);
-  EXPECT_EQ(NetworkOidProvider(device.oids).GetValue(W("1.3"), nullptr), E_INVALIDARG);
-}
-
-TEST(DeviceOids, PrinterMayLackSomeOfItsStateButNotAll) {
-  const std::pair<SnmpAgentOptions, const char*> kCases[] = {
-      {{.printer_status = std::nullopt}, "none #2 00 "},
-      // Nobody may take a text's address for a state.
-      {{.printer_status = std::nullopt, .lines = {"override " + kState[0] + " octet_str idle"}},
-       "none #2 00 "},
-      {{.device_status = std::nullopt, .printer_status = std::nullopt, .error_state = std::nullopt},
-       "failed failed failed "}};
-  for (const auto& [options, expected] : kCases) {
-    const SnmpAgent agent(options);
-    Device device(agent.Port());
-    std::string states;
-    for (const std::string& oid : kState) {
-      states += device.Read(oid) + ' ';
-    }
-    EXPECT_EQ(states, expected);
-  }
-}
-
-TEST(DeviceOids, ItemsAreTextWhereTheyCan) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"\"VX 400\"", "VX 400"}, {"0x565800", "VX"},     {"0x5658202000", "VX"}, {"\"\"", ""},
-      {"0x2020", ""},           {"0x0000", "0000"},     {"0x56C3A4", "Vä"},     {"0xF09F96A8", "🖨"},
-      {"0x56E4", "56E4"},       {"0x5601", "5601"},     {"0x567F", "567F"},     {"0xC285", "C285"},
-      {"0x560D0A58", "V\r\nX"}, {"0x560058", "560058"}, {"0xEFBFBD", "\uFFFD"}};
-  SnmpAgentOptions options;
-  std::vector<std::string> oids = {kMissing, kState[0]};
-  for (size_t i = 0; i < cases.size(); ++i) {
-    oids.push_back("1.3.6.1.4.1.99999.1." + std::to_string(i));
-    options.lines.push_back("override " + oids.back() + " octet_str " + cases[i].first);
-  }
-  const SnmpAgent agent(options);
-  const UdpPeer relay(UdpPeer::PassOn(agent.Port()));
-  Device device(relay.Port());
-  device.oids.Describe(oids);
-  for (size_t i = 0; i < cases.size(); ++i) {
-    EXPECT_EQ(device.Item(oids[i + 2]), cases[i].second) << cases[i].first;
-  }
-  EXPECT_EQ(device.Item(kMissing), "none");
-  EXPECT_EQ(device.Item(kContact), "none");
-  EXPECT_EQ(device.Item(kState[0]), "#3");
-  EXPECT_EQ(relay.Datagrams(), 1);
+  EXPECT_EQ(provider.GetValue(contact.c_str(), &after), S_OK);
+  EXPECT_EQ(base::ToUtf8(after.bstrVal), "74776F");
+  EXPECT_EQ(base::ToUtf8(before.bstrVal), "6F6E65") << "what was handed out stays";
+  EXPECT_EQ(provider.GetValue(base::ToUtf16(kMissing).c_str(), &after), support::kElementNotFound);
+  EXPECT_EQ(provider.GetValue(W("1.3.x"), &after), E_FAIL);
+  EXPECT_EQ(provider.GetValue(nullptr, &after), E_INVALIDARG);
+  EXPECT_EQ(provider.GetValue(W("1.3"), nullptr), E_INVALIDARG);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// What the stand-in promises beyond what both systems do: documents that mean harm, what the environment
-// decides, handles, queues.
+// What the stand-in promises beyond what both systems do: paths, what the environment decides, files, and
+// certificates and documents that mean harm.
 
 #include <fcntl.h>
 #include <openssl/err.h>
@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <tuple>
 
+#include "base/files.h"
 #include "base/utf.h"
 #include "src/xml/ccixml.h"
 #include "tests/pal/pal_fixture.h"
@@ -16,23 +17,58 @@ namespace {
 
 using StandInTest = PalTest;
 
+TEST_F(StandInTest, WindowsPathsAsPosixOnes) {
+  const std::string home = folder_.string();
+  const std::string here = std::filesystem::current_path().string();
+  const std::tuple<std::u16string, DWORD, std::string> cases[] = {
+      {u"Z:\\a\\b", 0, "/a/b"},
+      {u"Z:\\", 0, "/"},
+      {u"Z:", 0, "/"},
+      {u"z:/a//ä\\\\..\\b\\.\\\U0001F600", 0, "/a/b/\U0001F600"},
+      {u"c:/temp\\x.log", 0, home + "/drive_c/temp/x.log"},
+      {u"C:\\..\\..\\x", 0, home + "/drive_c/x"},
+      {u"\\a/b", 0, "/a/b"},
+      {u".//a\\b", 0, here + "/a/b"},
+      {u"", ERROR_PATH_NOT_FOUND, ""},
+      {u"D:\\a", ERROR_PATH_NOT_FOUND, ""},
+      {u"\\\\server\\share", ERROR_PATH_NOT_FOUND, ""},
+      {u"Z:a", ERROR_INVALID_NAME, ""},
+      {std::u16string(u"Z:\\") + char16_t{0xD83D}, ERROR_INVALID_NAME, ""},
+  };
+  for (const auto& [path, code, expected] : cases) {
+    std::string posix_path;
+    EXPECT_EQ(base::ToPosixPath(path, &posix_path), code) << base::ToUtf8(path);
+    EXPECT_EQ(posix_path, expected) << base::ToUtf8(path);
+  }
+  EXPECT_EQ(base::ToWindowsPath("/a b/ä.txt"), u"Z:\\a b\\ä.txt");
+  EXPECT_EQ(base::ToWindowsPath("/"), u"Z:\\");
+}
+
+TEST_F(StandInTest, HomeIsTheFirstOfThree) {
+  SetVariable("CUSTOMBIDI_HOME", "/own/");
+  SetVariable("XDG_DATA_HOME", "/data");
+  SetVariable("HOME", "/user");
+  EXPECT_EQ(base::HomeFolder(), "/own");
+  SetVariable("CUSTOMBIDI_HOME", "");
+  EXPECT_EQ(base::HomeFolder(), "/data/custom-bidi");
+  SetVariable("XDG_DATA_HOME", nullptr);
+  EXPECT_EQ(base::HomeFolder(), "/user/.local/share/custom-bidi");
+  SetVariable("HOME", nullptr);
+  EXPECT_NE(base::HomeFolder().find("/.local/share/custom-bidi"), std::string::npos);
+}
+
 TEST_F(StandInTest, LanguageOfTheUser) {
   // LC_ALL, LC_MESSAGES and LANG.
   const std::tuple<const char*, const char*, const char*, std::u16string_view> cases[] = {
-      {nullptr, nullptr, nullptr, u"en"},
-      {nullptr, nullptr, "de_DE.UTF-8", u"de"},
-      {nullptr, "fr", "de_DE.UTF-8", u"fr"},
-      {"pt_BR@x", "fr", "de", u"pt"},
-      {"", "", "ja_JP", u"ja"},
-      {"C", nullptr, "de", u"en"},
-      {nullptr, nullptr, "POSIX", u"en"},
-      {nullptr, nullptr, "fil_PH", u"fil"},
-      {nullptr, nullptr, "\xFF\xFF", u"en"},
+      {nullptr, nullptr, nullptr, u"en"},   {nullptr, "fr", "de", u"fr"},
+      {"pt_BR@x", "fr", "de", u"pt"},       {"", "", "ja_JP.UTF-8", u"ja"},
+      {"C", nullptr, "de", u"en"},          {nullptr, nullptr, "POSIX", u"en"},
+      {nullptr, nullptr, "fil_PH", u"fil"}, {nullptr, nullptr, "\xFF\xFF", u"en"},
   };
   for (const auto& [all, messages, lang, language] : cases) {
-    const ScopedVariable set_all("LC_ALL", all);
-    const ScopedVariable set_messages("LC_MESSAGES", messages);
-    const ScopedVariable set_lang("LANG", lang);
+    SetVariable("LC_ALL", all);
+    SetVariable("LC_MESSAGES", messages);
+    SetVariable("LANG", lang);
     WCHAR name[8] = {};
     EXPECT_EQ(GetLocaleInfoW(0, LOCALE_SISO639LANGNAME, name, 8), static_cast<int>(language.size()) + 1);
     EXPECT_EQ(name, language) << base::ToUtf8(language);
@@ -40,8 +76,8 @@ TEST_F(StandInTest, LanguageOfTheUser) {
 }
 
 TEST_F(StandInTest, TimeZoneIsReadAnew) {
-  const auto minutes_in = [](const char* zone) {
-    const ScopedVariable variable("TZ", zone);
+  const auto minutes_in = [this](const char* zone) {
+    SetVariable("TZ", zone);
     SYSTEMTIME time{};
     GetLocalTime(&time);
     return time.wHour * 60 + time.wMinute;
@@ -61,42 +97,34 @@ TEST_F(StandInTest, FilesAreNotInherited) {
   EXPECT_TRUE(CloseHandle(file));
 }
 
-TEST_F(StandInTest, QueuesOfTheRegistry) {
-  WriteFileIn("registry.reg", R"([HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Control\Print\Printers\Office]
-"Port"="IP_10.0.0.5"
-[HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Control\Print\Printers\Office\Data]
-[HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Control\Print\Printers\Number]
-"Port"=dword:00000001
-)");
-  EXPECT_EQ(PortOfQueue(u"oFFICE"), "IP_10.0.0.5");
-  EXPECT_EQ(PortOfQueue(u"Number"), "no port");
-  for (const std::u16string none : {u"None", u"", u"Office\\Data", u"..", u"Office\\", u"\\\\a\\Office"}) {
-    EXPECT_EQ(PortOfQueue(none), "error 1801") << base::ToUtf8(none);
+/// Run by the next test, in a copy of this program: it is called the same whatever becomes of its file.
+TEST_F(StandInTest, DISABLED_FileGoes) {
+  const std::string path = std::filesystem::read_symlink("/proc/self/exe");
+  for (const char* what : {"as it is", "gone", "with another beside it"}) {
+    WCHAR name[1024] = {};
+    GetModuleFileNameW(nullptr, name, 1024);
+    EXPECT_EQ(base::ToUtf8(name), base::ToUtf8(base::ToWindowsPath(path))) << what;
+    if (!std::filesystem::remove(path)) {
+      std::ofstream(path + " (deleted)") << "another";
+    }
   }
 }
 
 TEST_F(StandInTest, ExecutableKeepsItsNameWhenItsFileGoes) {
-  for (const char* name : {"host", "host (deleted)"}) {
-    std::filesystem::copy_file(REPLACED_PROGRAM, home_ / name,
-                               std::filesystem::copy_options::overwrite_existing);
-    EXPECT_EQ(std::system(("'" + (home_ / name).string() + "'").c_str()), 0) << name;
+  const std::string options = " --gtest_also_run_disabled_tests --gtest_filter=*.DISABLED_FileGoes";
+  for (const char* name : {"host (deleted)", "host"}) {
+    const std::filesystem::path copy = folder_ / name;
+    std::filesystem::copy_file("/proc/self/exe", copy);
+    EXPECT_EQ(std::system(("'" + copy.string() + "'" + options).c_str()), 0) << name;
+    EXPECT_FALSE(std::filesystem::exists(copy)) << "it did not run";
   }
 }
 
-TEST_F(StandInTest, BlockThatIsNoCertificate) {
-  const std::pair<std::vector<BYTE>, HRESULT> cases[] = {
-      {{}, CRYPT_E_ASN1_EOD},           {{0x30}, CRYPT_E_ASN1_EOD},
-      {{0x30, 5, 1}, CRYPT_E_ASN1_EOD}, {{0x30, 0}, CRYPT_E_ASN1_CORRUPT},
-      {{0x31, 0}, CRYPT_E_ASN1_BADTAG}, {{'-', '-'}, CRYPT_E_ASN1_BADTAG},
-  };
+TEST_F(StandInTest, ErrorsOfTheProgramsOpensslAreLeftAlone) {
   ERR_clear_error();
   ERR_raise(ERR_LIB_USER, 7);
-  for (const auto& [bytes, code] : cases) {
-    const DWORD size = static_cast<DWORD>(bytes.size());
-    EXPECT_EQ(CertCreateCertificateContext(X509_ASN_ENCODING, bytes.data(), size), nullptr);
-    EXPECT_EQ(static_cast<HRESULT>(GetLastError()), code) << size;
-  }
-  EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 7) << "the program's own";
+  EXPECT_EQ(CertCreateCertificateContext(X509_ASN_ENCODING, reinterpret_cast<const BYTE*>("0"), 1), nullptr);
+  EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 7);
   EXPECT_EQ(ERR_get_error(), 0u);
 }
 
@@ -123,7 +151,6 @@ TEST_F(StandInTest, DocumentsAreRefusedAndNothingIsPrinted) {
   const std::pair<std::string, std::string> cases[] = {
       {file, dtd},
       {"<!DOCTYPE r [<!ENTITY a 'x'><!ENTITY b '&a;&a;'>]><r>&b;</r>", dtd},
-      {"<?xml version='1.0'?>\n<!DOCTYPE r SYSTEM 'x.dtd'>\n<r/>", dtd},
       {"<!DOCTYPE r [", dtd},
       {"", "C00CE558"},
       {"<r>&undefined;<", "C00"},
@@ -136,11 +163,12 @@ TEST_F(StandInTest, DocumentsAreRefusedAndNothingIsPrinted) {
   };
   testing::internal::CaptureStderr();
   for (const auto& [text, error] : cases) {
-    EXPECT_EQ(ErrorIn(WriteFileIn("document.xml", text)).substr(0, error.size()), error)
-        << text.substr(0, 99);
+    const std::string said = ErrorIn(WriteFileIn("document.xml", text));
+    EXPECT_TRUE(said.starts_with(error) && (error.empty() ? said.empty() : said.ends_with(".\r\n")))
+        << text.substr(0, 99) << " gives " << said;
   }
-  EXPECT_EQ(ErrorIn(home_ / "none"), "800C0006 The system cannot locate the object specified.\r\n");
-  EXPECT_EQ(ErrorIn(home_), "80070005 Access is denied.\r\n") << "a folder";
+  EXPECT_EQ(ErrorIn(folder_ / "none"), "800C0006 The system cannot locate the object specified.\r\n");
+  EXPECT_EQ(ErrorIn(folder_), "80070005 Access is denied.\r\n") << "a folder";
   EXPECT_EQ(ErrorIn("/dev/zero"), "80070005 Access is denied.\r\n") << "a file without an end";
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

@@ -2,14 +2,13 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -26,20 +25,14 @@ pid_t Start(const Words& words, const fs::path& output) {
     pointers.push_back(const_cast<char*>(word.c_str()));
   }
   pointers.push_back(nullptr);
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT, 0600);
-  posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-  pid_t id = 0;
-  const int error = posix_spawnp(&id, pointers[0], &files, &attributes, pointers.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&files);
-  if (error != 0) {
-    throw std::system_error(error, std::generic_category(), words[0]);
+  const pid_t id = fork();
+  if (id == 0) {
+    setpgid(0, 0);
+    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    execvp(pointers[0], pointers.data());
+    _exit(127);
   }
   return id;
 }
@@ -157,11 +150,8 @@ std::string IppPrinter::Uri(const std::string& scheme, const std::string& host) 
 
 int IppPrinter::CountLinesWith(const std::string& part) const {
   const std::string log = ReadWholeFile(Folder() / "log");
-  int count = 0;
-  for (size_t at = log.find(part); at != std::string::npos; at = log.find(part, at + 1)) {
-    ++count;
-  }
-  return count;
+  const std::regex wanted(part);
+  return static_cast<int>(std::distance(std::sregex_iterator(log.begin(), log.end(), wanted), {}));
 }
 
 void CupsServer::AddQueue(const std::string& name, const std::string& uri) const {

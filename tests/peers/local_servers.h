@@ -35,16 +35,9 @@ std::filesystem::path PeerFile(const std::string& name);
 /// A folder with a printer's `localhost.crt` (with the authority's certificate behind its own, unless it is
 /// self-signed) and `localhost.key`. "good" is for localhost, 127.0.0.1 and ::1; the others are the same but
 /// for one thing: "expired", "othername" (for other.example), "selfsigned", "weak" (RSA of 1024 bits),
-/// "wrongusage" (for clients only), "revoked" and "badsignature" (one bit of it is wrong).
+/// "wrongusage" (for clients only), "revoked" and "badsignature" (one bit of it is wrong). Or, as PEM files,
+/// "ca.crt", the certificate of the authority that signed them, and "crl.pem", its list of revoked ones.
 std::filesystem::path PrinterKeys(const std::string& name);
-
-/// The certificate of the authority that signed them, and its list of revoked certificates, as PEM.
-inline std::filesystem::path PrinterAuthority() {
-  return PrinterKeys("ca.crt");
-}
-inline std::filesystem::path PrinterRevocations() {
-  return PrinterKeys("crl.pem");
-}
 
 /// Any of the servers, which ends also with the thread that started it.
 class LocalServer {

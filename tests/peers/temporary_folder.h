@@ -34,12 +34,6 @@ class TemporaryFolder {
   const std::filesystem::path& Path() const { return path_; }
   std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
-  /// Makes a folder in it, with those on the way there, for the user alone.
-  std::filesystem::path MakeFolder(std::string_view name) const {
-    std::filesystem::create_directories(path_ / name);
-    std::filesystem::permissions(path_ / name, std::filesystem::perms::owner_all);
-    return path_ / name;
-  }
   std::filesystem::path WriteFile(std::string_view name, std::string_view content) const {
     std::ofstream file(path_ / name, std::ios::binary);
     if (!(file << content).flush()) {

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -43,6 +43,11 @@ inline std::string ToUtf8(WStringView text) {
   return {utf8.begin(), utf8.end()};
 }
 
+inline std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 /// True in the windows lane when it runs under Wine, some of whose answers are known to differ.
 inline bool IsWine() {
   const HMODULE system = LoadLibraryW(W("ntdll.dll"));
@@ -52,14 +57,11 @@ inline bool IsWine() {
 /// Every test has an empty folder of its own, and must give back all that it acquired.
 class PlatformTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = std::filesystem::current_path() / "fixture.tmp" /
-              (std::string(test->test_suite_name()) + '.' + test->name());
+  PlatformTest() {
     std::filesystem::remove_all(folder_);
     std::filesystem::create_directories(folder_);
   }
-  void TearDown() override {
+  ~PlatformTest() override {
     // As far as it goes: Windows holds on to a library that it has just refused.
     std::error_code ignored;
     std::filesystem::remove_all(folder_, ignored);
@@ -75,7 +77,9 @@ class PlatformTest : public ::testing::Test {
     return path;
   }
 
-  std::filesystem::path folder_;
+  const testing::TestInfo& info_ = *testing::UnitTest::GetInstance()->current_test_info();
+  const std::filesystem::path folder_ =
+      std::filesystem::current_path() / "fixture.tmp" / info_.test_suite_name() / info_.name();
 };
 
 }  // namespace custom_bidi

@@ -71,13 +71,10 @@ struct RegistryBytes {
 /// Writes a value into the PrinterDriverData key of a queue, of which nothing else need exist.
 void SetDriverValue(const std::string& queue, const std::string& name, const RegistryBytes& value);
 
-/// Removes a queue's registry key with all below it; it need not exist.
+/// The key with all below it, which need not exist.
 void RemoveQueueKey(const std::string& queue);
 
 void SetVariable(const std::string& name, const std::string& value);
-
-/// The next look at PROCESSOR_ARCHITECTURE finds nothing.
-void HideProcessor();
 
 /// What the library has not given back, in words; empty when nothing is left open.
 std::string LeftOpen();

@@ -44,10 +44,6 @@ void SetVariable(const std::string& name, const std::string& value) {
   setenv(name.c_str(), value.c_str(), 1);
 }
 
-void HideProcessor() {
-  pal::FailNthCallOf("GetEnvironmentVariableW", 1);  // one that is not set has the machine's value
-}
-
 std::string LeftOpen() {
   return pal::LiveObjects() == 0 ? "" : pal::DescribeLiveObjects();
 }

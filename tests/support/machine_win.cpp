@@ -38,10 +38,6 @@ void SetVariable(const std::string& name, const std::string& value) {
   SetEnvironmentVariableW(ToWide(name).c_str(), ToWide(value).c_str());
 }
 
-void HideProcessor() {
-  SetEnvironmentVariableW(L"PROCESSOR_ARCHITECTURE", nullptr);
-}
-
 std::string LeftOpen() {
   std::string loaded;
   for (const char* name : {"vexmoixo", "vexmobixo32", "vexmobixo64", "vexmoixodm", "vexmobixodm32",

@@ -12,19 +12,13 @@ static_assert(static_cast<LONG>(-1) < 0 && static_cast<BOOL>(-1) < 0 && static_c
 static_assert(static_cast<DWORD>(-1) > 0 && static_cast<ULONG>(-1) > 0 && static_cast<BYTE>(-1) > 0);
 static_assert(sizeof(HANDLE) == sizeof(void*) && sizeof(HMODULE) == sizeof(void*));
 static_assert(sizeof(HKEY) == sizeof(void*) && sizeof(FARPROC) == sizeof(void*));
-static_assert(TRUE == 1 && FALSE == 0);
-
-static_assert(sizeof(GUID) == 16 && offsetof(GUID, Data2) == 4 && offsetof(GUID, Data4) == 8);
-
-static_assert(sizeof(DATE) == 8 && sizeof(VARIANT_BOOL) == 2 && sizeof(VARTYPE) == 2);
+static_assert(sizeof(GUID) == 16 && sizeof(DATE) == 8 && sizeof(VARIANT_BOOL) == 2 && sizeof(VARTYPE) == 2);
 static_assert(sizeof(VARIANT) == 24 && offsetof(VARIANT, vt) == 0 && offsetof(VARIANT, wReserved1) == 2);
-static_assert(offsetof(VARIANT, lVal) == 8 && offsetof(VARIANT, bstrVal) == 8 &&
-              offsetof(VARIANT, cVal) == 8);
-static_assert(offsetof(VARIANT, iVal) == 8 && offsetof(VARIANT, uiVal) == 8 &&
+static_assert(offsetof(VARIANT, lVal) == 8 && offsetof(VARIANT, bstrVal) == 8);
+static_assert(offsetof(VARIANT, cVal) == 8 && offsetof(VARIANT, uiVal) == 8 &&
               offsetof(VARIANT, dblVal) == 8);
-static_assert(VT_EMPTY == 0 && VT_NULL == 1 && VT_I2 == 2 && VT_I4 == 3 && VT_R4 == 4 && VT_R8 == 5);
-static_assert(VT_DATE == 7 && VT_BSTR == 8 && VT_ERROR == 10 && VT_BOOL == 11 && VT_I1 == 16 && VT_UI1 == 17);
-static_assert(VT_UI2 == 18 && VT_UI4 == 19 && VT_I8 == 20 && VT_UI8 == 21 && VT_INT == 22 && VT_UINT == 23);
+static_assert(VT_EMPTY == 0 && VT_NULL == 1 && VT_I2 == 2 && VT_I4 == 3 && VT_R8 == 5 && VT_DATE == 7);
+static_assert(VT_BSTR == 8 && VT_BOOL == 11 && VT_I1 == 16 && VT_UI1 == 17 && VT_UI2 == 18 && VT_UI4 == 19);
 static_assert(VARIANT_TRUE == -1 && VARIANT_FALSE == 0);
 
 static_assert(sizeof(SYSTEMTIME) == 16 && offsetof(SYSTEMTIME, wDayOfWeek) == 4);
@@ -34,16 +28,14 @@ static_assert(sizeof(SRWLOCK) == 8 && alignof(SRWLOCK) == 8);
 static_assert(sizeof(PRINTER_INFO_2W) == 136 && offsetof(PRINTER_INFO_2W, pPrinterName) == 8);
 static_assert(offsetof(PRINTER_INFO_2W, pPortName) == 24 && offsetof(PRINTER_INFO_2W, pDevMode) == 56);
 static_assert(offsetof(PRINTER_INFO_2W, Attributes) == 104 && offsetof(PRINTER_INFO_2W, AveragePPM) == 132);
-static_assert(sizeof(PRINTER_DEFAULTSW) == 24 && offsetof(PRINTER_DEFAULTSW, DesiredAccess) == 16);
 
 static_assert(sizeof(CERT_CONTEXT) == 40 && offsetof(CERT_CONTEXT, dwCertEncodingType) == 0);
 static_assert(offsetof(CERT_CONTEXT, pbCertEncoded) == 8 && offsetof(CERT_CONTEXT, cbCertEncoded) == 16);
 static_assert(offsetof(CERT_CONTEXT, pCertInfo) == 24 && offsetof(CERT_CONTEXT, hCertStore) == 32);
 static_assert(X509_ASN_ENCODING == 1 && PKCS_7_ASN_ENCODING == 0x10000 && CERT_SHA1_HASH_PROP_ID == 3);
 
-static_assert(ERROR_SUCCESS == 0 && NO_ERROR == 0 && ERROR_INVALID_FUNCTION == 1 &&
-              ERROR_FILE_NOT_FOUND == 2);
-static_assert(ERROR_PATH_NOT_FOUND == 3 && ERROR_TOO_MANY_OPEN_FILES == 4 && ERROR_ACCESS_DENIED == 5);
+static_assert(ERROR_SUCCESS == 0 && NO_ERROR == 0 && ERROR_FILE_NOT_FOUND == 2);
+static_assert(ERROR_PATH_NOT_FOUND == 3 && ERROR_ACCESS_DENIED == 5);
 static_assert(ERROR_INVALID_HANDLE == 6 && ERROR_NOT_ENOUGH_MEMORY == 8 && ERROR_INVALID_DATA == 13);
 static_assert(ERROR_WRITE_FAULT == 29 && ERROR_GEN_FAILURE == 31);
 static_assert(ERROR_FILE_EXISTS == 80 && ERROR_INVALID_PARAMETER == 87 && ERROR_DISK_FULL == 112);

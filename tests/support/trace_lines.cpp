@@ -3,30 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 
 #include "tests/support/machine.h"
 
 namespace custom_bidi_test {
 namespace {
-
-constexpr std::string_view kStampForm = "[dd:dd:dd.ddd]  ";
-
-bool StartsWithStamp(std::string_view text) {
-  std::string form(text.substr(0, kStampForm.size()));
-  std::ranges::replace_if(
-      form, [](char unit) { return unit >= '0' && unit <= '9'; }, 'd');
-  return form == kStampForm && text.substr(1, 2) < "24" && text[4] < '6' && text[7] < '6';
-}
-
-/// Where the line that begins at `start` ends: at a CR LF with a stamp or nothing behind it.
-size_t LineEnd(std::string_view text, size_t start) {
-  for (size_t end = text.find("\r\n", start); end != text.npos; end = text.find("\r\n", end + 1)) {
-    if (end + 2 == text.size() || StartsWithStamp(text.substr(end + 2))) {
-      return end;
-    }
-  }
-  return text.npos;
-}
 
 bool Matches(std::string_view expected, std::string_view actual) {
   const size_t gap = expected.find(kAnything);
@@ -113,20 +95,16 @@ Lines ReadTrace(const std::string& path) {
   EXPECT_EQ(bytes.size() % 2, 0U);
   WString units(bytes.size() / 2, 0);
   bytes.copy(reinterpret_cast<char*>(units.data()), bytes.size());
-  const std::string text = ToUtf8(units);
-
-  Lines lines;
-  for (size_t start = 0; start < text.size();) {
-    const size_t end = LineEnd(text, start);
-    if (!StartsWithStamp(std::string_view(text).substr(start)) || end == text.npos) {
-      ADD_FAILURE() << "not a line of the trace: " << text.substr(start, 200);
-      break;
-    }
-    const size_t message = start + kStampForm.size();
-    lines.push_back(text.substr(message, end - message));
-    start = end + 2;
+  std::string text = ToUtf8(units);
+  if (text.empty()) {
+    return {};
   }
-  return lines;
+  EXPECT_TRUE(text.ends_with("\r\n"));
+  text = "\r\n" + text.substr(0, text.size() - 2);
+  static const std::regex stamp(R"(\r\n\[(?:[01]\d|2[0-3]):[0-5]\d:[0-5]\d\.\d{3}\]  )");
+  const std::sregex_token_iterator begin(text.begin(), text.end(), stamp, -1);
+  EXPECT_EQ(begin->str(), "") << "not a line of the trace";
+  return {std::next(begin), {}};
 }
 
 Lines BidiInitialisation(const std::string& queue, const std::string& port) {

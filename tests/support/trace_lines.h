@@ -16,7 +16,6 @@ Lines operator+(Lines left, const Lines& right);
 /// Stands for any text in an expected line: what the platform words as it likes.
 inline constexpr char kAnything[] = "{*}";
 
-/// Compares line by line; the failure message shows where they differ.
 void ExpectTrace(const Lines& expected, Lines actual);
 
 /// The lines before the first one that begins with `start`, and those from it on.
@@ -39,8 +38,7 @@ Lines Wrapper(const Lines& lines);
 /// without a stamp in the form [hh:mm:ss.mmm] and two blanks, and for a file that does not end with CR LF.
 Lines ReadTrace(const std::string& path);
 
-// What a call traces when all goes well, for a printer at 192.0.2.10 whose libraries have their default
-// names.
+// What a call traces when all goes well, for a printer at 192.0.2.10 and libraries of the default names.
 
 /// A queue on the port `port`; empty: without one, so that the printer is known by the queue's name.
 Lines BidiInitialisation(const std::string& queue, const std::string& port);

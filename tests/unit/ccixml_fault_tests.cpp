@@ -28,7 +28,7 @@ TEST_F(CcixmlFaultTest, EachGivesItsCode) {
   const auto all = [&] { return xml_.GetPathedNodeList(W("A"), list_.Put()); };
   const auto array = [&] { return xml_.GetPathedNodeListAsArray(W("A"), nodes_); };
   const auto attribute = [&] { return xml_.GetAttributeValue(node_.Get(), W("Name"), value_); };
-  const auto load = [&] { return xml_.Load(file_.Path()); };
+  const auto load = [&] { return xml_.Load(kFile); };
   const struct {
     const char* function;
     std::function<DWORD()> body;
@@ -75,8 +75,7 @@ TEST_F(CcixmlFaultTest, AreTraced) {
   EXPECT_EQ(ErrorTextOf(xml_),
             W("\r\n\r\n !!!!! XML Error :GPF in CCIXML::GetPathedNode function  !!!!!!!!!!!!!!\r\n\r\n"));
   // The next class of document does as well.
-  trace = TextOf(
-      [&] { EXPECT_EQ(WithFault("CoCreateInstance", 1, [&] { return xml_.Load(file_.Path()); }), kOk); });
+  trace = TextOf([&] { EXPECT_EQ(WithFault("CoCreateInstance", 1, [&] { return xml_.Load(kFile); }), kOk); });
   EXPECT_NE(trace.find(W("  Failed to CoCreateInstance DOMDocument60\r\n")), WString::npos);
   EXPECT_EQ(trace.find(W("DOMDocument30")), WString::npos);
 }
@@ -84,9 +83,9 @@ TEST_F(CcixmlFaultTest, AreTraced) {
 TEST_F(CcixmlFaultTest, ErrorTextsOfUpTo256CharactersAreGiven) {
   // A longer name of the element in error makes the reason longer, one character for one.
   const auto length_with = [](size_t name_chars) {
-    const XmlFile bad("<R>\n<" + std::string(name_chars, 'n') + ">\n</R>");
+    Write("<R>\n<" + std::string(name_chars, 'n') + ">\n</R>");
     CCIXML xml;
-    EXPECT_EQ(xml.Load(bad.Path()), DWORD{ERROR_INVALID_DATA});
+    EXPECT_EQ(xml.Load(kFile), DWORD{ERROR_INVALID_DATA});
     return ErrorTextOf(xml).size();
   };
   const size_t rest = length_with(1) - 1;

@@ -1,46 +1,22 @@
 // Device libraries as no real ones can be made: the linker puts this program's loads and questions for entry
 // points through the functions below.
 
-#include <stdexcept>
+#include <gtest/gtest.h>
 
-#include "pal/test_hooks.h"
 #include "src/deviceio/ixo_wrapper.h"
-#include "tests/unit/trace_file.h"
 
 namespace {
-
-using custom_bidi::WStringView;
-using custom_bidi::deviceio::PrinterAddress;
 
 struct Loader {
   int fails_at = 0;
   DWORD code = 0;
   int loads = 0;
   std::string freed;  // the numbers of the loads
+  std::string asked;  // the entry point
 };
 
 Loader g_loader;
 char g_modules[4];
-
-/// Says which entry point made it.
-struct FakeAddress final : PrinterAddress {
-  LONG IsActive() override { return -2; }  // not 0, and that is all that counts
-  const WCHAR* GetAddressString() override {
-    return maker != nullptr ? maker : throw std::runtime_error("no text");
-  }
-  const WCHAR* maker = nullptr;
-};
-
-template <char kind>
-PrinterAddress* MakeAddress(const WCHAR* name) {
-  static constexpr WCHAR kMaker[] = {kind, 0};
-  static FakeAddress address;
-  if (WStringView(name) == W("code")) {
-    throw DWORD{ERROR_ACCESS_DENIED};
-  }
-  address.maker = WStringView(name) == W("mute") ? nullptr : kMaker;
-  return WStringView(name) == W("none") ? nullptr : &address;
-}
 
 }  // namespace
 
@@ -59,31 +35,15 @@ BOOL OurFreeLibrary(HMODULE module) {
   return TRUE;
 }
 
-FARPROC OurGetProcAddress(HMODULE module, const char* name) {
-  using Maker = PrinterAddress*(const WCHAR*);
-  const std::pair<std::string_view, Maker*> entries[] = {{"CreateAddressFromQueueName", MakeAddress<'q'>},
-                                                         {"CreateAddressFromPortName", MakeAddress<'p'>},
-                                                         {"CreateAddressFromIPAddress", MakeAddress<'i'>},
-                                                         {"CreateAddressFromHostName", MakeAddress<'h'>}};
-  for (const auto& [entry, maker] : entries) {
-    if (module != nullptr && name == entry) {
-      return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(maker));
-    }
-  }
+FARPROC OurGetProcAddress(HMODULE, const char* name) {
+  g_loader.asked = name;
   return nullptr;
 }
 
 namespace custom_bidi {
 namespace {
 
-class DeviceLibrary : public test::TraceFileTest {
- protected:
-  DeviceLibrary() { g_loader = Loader(); }
-
-  IxoWrapper ixo_;
-};
-
-TEST_F(DeviceLibrary, LoadsFailAsAWholeUnlessTheSystemGivesNoReason) {
+TEST(DeviceLibrary, LoadsFailAsAWholeUnlessTheSystemGivesNoReason) {
   const struct {
     int fails_at;
     DWORD code;
@@ -94,7 +54,7 @@ TEST_F(DeviceLibrary, LoadsFailAsAWholeUnlessTheSystemGivesNoReason) {
       {1, 0, 1, "", ""},    {2, 0, 2, "", "1"},  {3, 0, 3, "", "12"},
   };
   for (const auto& c : cases) {
-    g_loader = Loader{c.fails_at, c.code, 0, {}};
+    g_loader = Loader{c.fails_at, c.code, 0, {}, {}};
     {
       IxoWrapper wrapper;
       EXPECT_EQ(wrapper.LoadIxoLibraries(W("i"), W("x"), W("c")), c.code);
@@ -105,56 +65,21 @@ TEST_F(DeviceLibrary, LoadsFailAsAWholeUnlessTheSystemGivesNoReason) {
   }
 }
 
-TEST_F(DeviceLibrary, MakesAddressesAsTheTraceSays) {
-  constexpr AddressKind kNone{4};
-  const WString made = W("Get the printer address from the name [at] success ==> ");
-  const struct {
-    const WCHAR* name;
-    AddressKind kind;
-    bool is_made;
-    WString message;
-  } cases[] = {
-      {W("at"), AddressKind::kQueueName, true, made + W("[q]")},
-      {W("at"), AddressKind::kPortName, true, made + W("[p]")},
-      {W("at"), AddressKind::kIpAddress, true, made + W("[i]")},
-      {W("at"), AddressKind::kHostName, true, made + W("[h]")},
-      {W("none"), AddressKind::kHostName, false, W("Get the printer address from the name [none] failed!!")},
-      {W("mute"), AddressKind::kHostName, true, W("Error in IxoWrapper::GetAddress!!")},
-      {W("at"), kNone, false, W("[Getting exported function point failed (CreateAddressFunctionFromxxxx)]")},
-      // A raised code is not worth a line, nor is a missing name.
-      {W("code"), AddressKind::kHostName, false, W("")},
-      {W(""), AddressKind::kHostName, false, W("")},
-      {nullptr, kNone, false, W("")},
-  };
-  ASSERT_EQ(ixo_.LoadIxoLibrary(W("i")), DWORD{ERROR_SUCCESS});
-  for (const auto& c : cases) {
-    const WString trace = TextOf([&] { EXPECT_EQ(ixo_.KeepAddress(c.name, c.kind), c.is_made); });
-    EXPECT_EQ(c.message.empty(), trace.empty());
-    EXPECT_TRUE(c.message.empty() || trace.find(c.message) == kStampChars);
-  }
-}
-
-TEST_F(DeviceLibrary, AnswersFromItsPort) {
+// What no export comes to.
+TEST(DeviceLibrary, AnswersWithoutAnEntryPoint) {
+  g_loader = Loader();
+  IxoWrapper ixo;
   DWORD connected = 7;
-  EXPECT_EQ(ixo_.IsPortConnected(W("at"), connected), DWORD{ERROR_INVALID_DATA});  // not loaded
+  EXPECT_EQ(ixo.IsPortConnected(W("at"), connected), DWORD{ERROR_INVALID_DATA});  // not loaded
   EXPECT_EQ(connected, 0u);
-  ASSERT_EQ(ixo_.LoadIxoLibrary(W("i")), DWORD{ERROR_SUCCESS});
-  EXPECT_EQ(ixo_.IsPortConnected(W("at"), connected), DWORD{ERROR_SUCCESS});
-  EXPECT_EQ(connected, 1u);
-  EXPECT_EQ(ixo_.IsPortConnected(W("none"), connected), DWORD{ERROR_INVALID_DATA});
-  EXPECT_EQ(connected, 0u);
-  EXPECT_EQ(ixo_.IsPortConnected(W(""), connected), DWORD{ERROR_INVALID_PARAMETER});
-  EXPECT_EQ(ixo_.IsPortConnected(W("code"), connected), DWORD{ERROR_GEN_FAILURE});
-}
-
-TEST_F(DeviceLibrary, IsNotTracedWhenTheFilesEndIsNotFound) {
-  EXPECT_EQ(TextOf([] {
-              pal::FailNthCallOf("SetFilePointer", 1);
-              WriteTraceLine(W("lost"));
-              EXPECT_TRUE(pal::FaultFired());
-              pal::ClearFaults();
-            }),
-            W(""));
+  ASSERT_EQ(ixo.LoadIxoLibrary(W("i")), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(ixo.IsPortConnected(W(""), connected), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(ixo.IsPortConnected(W("at"), connected), DWORD{ERROR_INVALID_DATA});
+  EXPECT_EQ(g_loader.asked, "CreateAddressFromPortName");
+  for (const AddressKind kind : {AddressKind::kHostName, AddressKind{4}}) {
+    EXPECT_FALSE(ixo.KeepAddress(W("at"), kind) || ixo.KeepAddress(nullptr, kind));
+    EXPECT_EQ(g_loader.asked, "CreateAddressFromHostName");
+  }
 }
 
 }  // namespace
