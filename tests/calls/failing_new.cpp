@@ -44,8 +44,7 @@ void operator delete(void* block, size_t) noexcept {
 namespace custom_bidi_test {
 
 /// From now on the n-th allocation that the program's own code makes on this thread fails, counting from 1; 0
-/// calls it off. Returns whether the one asked for before has failed. The library's code is the program's
-/// here; that of the device libraries is not, nor that of the standard library, neither of which is on trial.
+/// calls it off. Returns whether the one asked for before has failed. The library's code is the program's.
 bool FailNthAllocation(int n) {
   const bool failed = t_asked_for != 0 && t_to_go == 0;
   t_asked_for = t_to_go = n;

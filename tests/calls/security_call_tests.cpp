@@ -77,7 +77,7 @@ TEST_F(SecurityCalls, CertificateReadingTakesAnyBytesThatTheDeviceGives) {
   for (const std::string& bytes :
        {Certificate("device"), Certificate("rsa4096"), std::string("x"), std::string(1, '\0'),
         std::string(65536, '\xA5'), Certificate("device") + "more"}) {
-    SetDeviceCertificate(bytes);
+    host.Write("certificate.der", bytes);
     EXPECT_EQ(Read(), (Record{kUuid, bytes, {}})) << bytes.size();
   }
 }

@@ -101,7 +101,8 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
        ERROR_SUCCESS},
       {"IPP 1.1 alone",
        [](Connection& socket) {
-         const bool is_old = socket.Read().find("\r\n\r\n\x01\x01") != std::string::npos;
+         const std::string head("\r\n\r\n\x01\x01\x00\x0B\x00\x00\x00\x01\x01\x47", 14);
+         const bool is_old = socket.Read().find(head) != std::string::npos;
          socket.Write(Http(is_old ? Ipp(0, 1) : Ipp(0x0503, 1)));
        },
        ERROR_SUCCESS},

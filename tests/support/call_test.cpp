@@ -61,7 +61,7 @@ void CallTest::MakeHealthy() {
              {"log", kLog}};
   WriteConfiguration("");
   WriteDataMap({"A"});
-  SetDeviceCertificate(Certificate("device"));
+  host.Write("certificate.der", Certificate("device"));
   host.Write(kLog, "");
 }
 

@@ -163,8 +163,6 @@ class CallTest : public ::testing::Test {
 
   /// One of the certificates of the tests, DER-encoded.
   static std::string Certificate(const std::string& name);
-  /// Whatever the printer is to give as its certificate.
-  void SetDeviceCertificate(const std::string& bytes) { host.Write("certificate.der", bytes); }
   /// Keeps these bytes as the vault's copy of the printer's certificate.
   void KeepInVault(const std::string& bytes) {
     ASSERT_TRUE(Save(bytes, {kUser, kCertificateTarget}));

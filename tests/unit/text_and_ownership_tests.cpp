@@ -76,11 +76,9 @@ TEST(FormatText, Converts) {
   EXPECT_EQ(Formatted(W("100%% %d"), 1), W("100% 1"));
   // What cannot be converted stands as it is; an argument of the other kind waits for one that takes it.
   EXPECT_EQ(Formatted(W("%d and %s")), W("%d and %s"));
-  EXPECT_EQ(Formatted(W("%q %5z|"), 1, 2), W("%q %5z|"));
   EXPECT_EQ(Formatted(W("end %")), W("end %"));
   EXPECT_EQ(Formatted(W("end %05"), 1), W("end %05"));
   EXPECT_EQ(Formatted(W("%s then %d"), 7), W("%s then 7"));
-  EXPECT_EQ(Formatted(W("%08X then %s"), W("text")), W("%08X then text"));
 }
 
 TEST(FormatText, CutsToFitAndReturnsTheWholeLength) {
