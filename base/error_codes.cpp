@@ -25,6 +25,7 @@ constexpr Message kMessages[] = {
     {14, u"Not enough memory resources are available to complete this operation."},
     {29, u"The system cannot write to the specified device."},
     {31, u"A device attached to the system is not functioning."},
+    {33, u"The process cannot access the file because another process has locked a portion of the file."},
     {50, u"The request is not supported."},
     {53, u"The network path was not found."},
     {80, u"The file exists."},

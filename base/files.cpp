@@ -2,13 +2,16 @@
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -20,21 +23,24 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Variable(const char* name) {
-  const char* value = std::getenv(name);
+// A folder that is not there, and that not even root can make.
+constexpr char kNowhere[] = "/dev/null/nowhere";
+
+std::string TextOf(const char* variable) {
+  const char* value = Variable(variable);
   return value != nullptr ? value : "";
 }
 
 std::string UserFolder() {
-  if (std::string folder = Variable("HOME"); !folder.empty()) {
+  if (std::string folder = TextOf("HOME"); !folder.empty()) {
     return folder;
   }
   std::vector<char> texts(16384);
   passwd entry{};
   passwd* found = nullptr;
-  getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &found);
-  // A user without a home has no settings either: a folder that cannot be there.
-  return found != nullptr && found->pw_dir != nullptr && *found->pw_dir ? found->pw_dir : "/nonexistent";
+  getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found);
+  // A user without a home has no settings either.
+  return found != nullptr && found->pw_dir != nullptr && *found->pw_dir ? found->pw_dir : kNowhere;
 }
 
 // `rest` begins with a slash; ".." cannot lead above it.
@@ -48,14 +54,20 @@ bool IsSlash(char c) {
 
 }  // namespace
 
+const char* Variable(const char* name) {
+  return secure_getenv(name);
+}
+
 std::string HomeFolder() {
-  std::string folder = Variable("CUSTOMBIDI_HOME");
+  std::string folder = TextOf("CUSTOMBIDI_HOME");
   if (folder.empty()) {
-    folder = Variable("XDG_DATA_HOME");
-    if (folder.empty()) {
+    folder = TextOf("XDG_DATA_HOME");
+    if (!folder.starts_with('/')) {
       folder = UserFolder() + "/.local/share";
     }
     folder += "/custom-bidi";
+  } else if (folder.front() != '/') {
+    return kNowhere;
   }
   while (folder.size() > 1 && folder.back() == '/') {
     folder.pop_back();
@@ -146,11 +158,11 @@ int FileDescriptor::Release() {
   return std::exchange(fd_, -1);
 }
 
-DWORD ReadWholeFile(const std::string& posix_path, std::string* content) {
+DWORD OpenRegularFile(const std::string& posix_path, int flags, int* opened) {
   // Without O_NONBLOCK the open of a pipe would wait for its other end.
-  const FileDescriptor file(open(posix_path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  FileDescriptor file(open(posix_path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666));
   if (!file.IsOpen()) {
-    return CodeFromErrno(errno);
+    return errno == ENXIO ? DWORD{ERROR_ACCESS_DENIED} : CodeFromErrno(errno);  // a pipe that nobody reads
   }
   struct stat status {};
   if (fstat(file.Get(), &status) != 0) {
@@ -158,6 +170,23 @@ DWORD ReadWholeFile(const std::string& posix_path, std::string* content) {
   }
   if (!S_ISREG(status.st_mode)) {
     return ERROR_ACCESS_DENIED;
+  }
+  *opened = file.Release();
+  return ERROR_SUCCESS;
+}
+
+DWORD ReadWholeFile(const std::string& posix_path, std::string* content, size_t max_bytes) {
+  int opened = -1;
+  if (const DWORD code = OpenRegularFile(posix_path, O_RDONLY, &opened)) {
+    return code;
+  }
+  const FileDescriptor file(opened);
+  struct stat status {};
+  if (fstat(file.Get(), &status) != 0) {
+    return CodeFromErrno(errno);
+  }
+  if (static_cast<size_t>(status.st_size) > max_bytes) {
+    return ERROR_FILE_TOO_LARGE;
   }
 
   content->clear();
@@ -175,11 +204,30 @@ DWORD ReadWholeFile(const std::string& posix_path, std::string* content) {
       break;
     }
     size += static_cast<size_t>(got);
+    if (size > max_bytes) {
+      return ERROR_FILE_TOO_LARGE;
+    }
     if (size == content->size()) {
       content->resize(size * 2);
     }
   }
   content->resize(size);
+  return ERROR_SUCCESS;
+}
+
+DWORD LockWholeFile(int fd) {
+  constexpr std::chrono::milliseconds kPatience{2000};
+  constexpr std::chrono::milliseconds kPause{2};
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) {
+      return CodeFromErrno(errno);
+    }
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return ERROR_LOCK_VIOLATION;
+    }
+    std::this_thread::sleep_for(kPause);
+  }
   return ERROR_SUCCESS;
 }
 

@@ -9,9 +9,15 @@
 
 namespace base {
 
+/// The environment variable's value; null when it is not set, and for every variable in a process that has
+/// more rights than its caller (setuid, setgid, file capabilities), whom its environment belongs to.
+const char* Variable(const char* name);
+
 /// The folder that holds `drive_c/` and `registry.reg`, as a POSIX path without a slash at its end:
 /// $CUSTOMBIDI_HOME, else $XDG_DATA_HOME/custom-bidi, else ~/.local/share/custom-bidi. A variable that is
-/// empty counts as not set. Read anew at each call; the folder need not exist.
+/// empty counts as not set, and so does a relative $XDG_DATA_HOME, as its specification has it. A relative
+/// $CUSTOMBIDI_HOME is refused: there is no such folder then, and none can be made. Read anew at each call;
+/// the folder need not exist.
 std::string HomeFolder();
 /// Turns a path as Windows writes it into the POSIX path that it stands for, which is always absolute. Both
 /// slashes separate; a drive letter may be in either case; ".", ".." and doubled slashes are resolved in the
@@ -48,9 +54,24 @@ class FileDescriptor {
   int fd_;
 };
 
-/// Reads a whole regular file by its POSIX path. Returns 0 or a Win32 code; ERROR_ACCESS_DENIED for anything
-/// that is not a regular file.
-DWORD ReadWholeFile(const std::string& posix_path, std::string* content);
+/// Opens a regular file of ours, with the flags of open(2), and never waits: ERROR_ACCESS_DENIED for anything
+/// else, such as a pipe or a device. Returns 0 or a Win32 code.
+DWORD OpenRegularFile(const std::string& posix_path, int flags, int* opened);
+
+/// What no file that is read whole has, unless it is none of ours.
+inline constexpr size_t kMaxFileBytes = size_t{16} * 1024 * 1024;
+/// Nor what no XML document of ours has, of which a parser makes thirty times as much: a configuration has one
+/// line that matters, a data map some hundred.
+inline constexpr size_t kMaxDocumentBytes = size_t{4} * 1024 * 1024;
+
+/// Reads a whole regular file by its POSIX path, which may be a link. Returns 0 or a Win32 code;
+/// ERROR_ACCESS_DENIED for anything that is not a regular file, ERROR_FILE_TOO_LARGE for one of more than
+/// `max_bytes`.
+DWORD ReadWholeFile(const std::string& posix_path, std::string* content, size_t max_bytes = kMaxFileBytes);
+
+/// Takes the lock of flock(2) on an open file, for all of its life. ERROR_LOCK_VIOLATION when somebody else
+/// has it for two seconds.
+DWORD LockWholeFile(int fd);
 
 /// Writes all bytes, whatever interrupts it. Returns 0 or a Win32 code; `*written` receives the bytes
 /// written.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
 
 #include "base/error_codes.h"
 #include "base/files.h"
@@ -159,10 +158,7 @@ DomTreePtr LoadDomTree(std::u16string_view path) {
   std::string bytes;
   DWORD code = base::ToPosixPath(path, &posix_path);
   if (code == ERROR_SUCCESS) {
-    code = base::ReadWholeFile(posix_path, &bytes);
-  }
-  if (code == ERROR_SUCCESS && bytes.size() > size_t{std::numeric_limits<int>::max()}) {
-    code = ERROR_NOT_ENOUGH_MEMORY;
+    code = base::ReadWholeFile(posix_path, &bytes, base::kMaxDocumentBytes);
   }
   if (code != ERROR_SUCCESS) {
     tree->error = ReadError(code);

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "base/files.h"
 #include "pal/internal.h"
@@ -18,30 +19,32 @@ using pal::FailWith;
 constinit pal::HandleTable<int, pal::kFileTag> g_files;
 
 // Windows tells a missing folder from a missing file.
-DWORD CodeOfFailedOpen(int error, const std::string& posix_path) {
-  if (error != ENOENT) {
-    return base::CodeFromErrno(error);
-  }
+DWORD CodeOfMissingFile(const std::string& posix_path) {
   std::error_code ignored;
   const bool has_folder =
       std::filesystem::is_directory(std::filesystem::path(posix_path).parent_path(), ignored);
   return has_folder ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
 }
 
-DWORD OpenFile(const std::string& posix_path, int flags, int* opened) {
-  base::FileDescriptor file(open(posix_path.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0666));
-  if (!file.IsOpen()) {
-    return CodeOfFailedOpen(errno, posix_path);
+bool IsLink(const std::string& posix_path) {
+  std::error_code ignored;
+  return std::filesystem::is_symlink(posix_path, ignored);
+}
+
+DWORD OpenOwnFile(const std::string& posix_path, int flags, int* opened) {
+  const DWORD code = base::OpenRegularFile(posix_path, flags | O_APPEND | O_NOFOLLOW, opened);
+  if (code == ERROR_FILE_NOT_FOUND) {
+    return CodeOfMissingFile(posix_path);
+  }
+  if (code != ERROR_SUCCESS) {
+    return code == ERROR_PATH_NOT_FOUND && IsLink(posix_path) ? DWORD{ERROR_ACCESS_DENIED} : code;
   }
   struct stat status {};
-  if (fstat(file.Get(), &status) != 0) {
-    return base::CodeFromErrno(errno);
+  if (fstat(*opened, &status) == 0 && status.st_uid == geteuid()) {
+    return ERROR_SUCCESS;
   }
-  if (S_ISDIR(status.st_mode)) {
-    return ERROR_ACCESS_DENIED;
-  }
-  *opened = file.Release();
-  return ERROR_SUCCESS;
+  close(std::exchange(*opened, -1));
+  return ERROR_ACCESS_DENIED;
 }
 
 int OpenFlags(DWORD access, DWORD disposition) {
@@ -78,7 +81,7 @@ HANDLE CreateFileW(const WCHAR* path,
     int fd = -1;
     DWORD code = base::ToPosixPath(path, &posix_path);
     if (code == ERROR_SUCCESS) {
-      code = OpenFile(posix_path, OpenFlags(access, disposition), &fd);
+      code = OpenOwnFile(posix_path, OpenFlags(access, disposition), &fd);
     }
     if (code != ERROR_SUCCESS) {
       return FailWith(static_cast<LONG>(code), failure);
@@ -93,38 +96,30 @@ HANDLE CreateFileW(const WCHAR* path,
   });
 }
 
-DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method) {
-  if (pal::MustFail("SetFilePointer")) {
-    return FailWith(ERROR_GEN_FAILURE, INVALID_SET_FILE_POINTER);
+BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size_bytes) {
+  if (pal::MustFail("GetFileSizeEx")) {
+    return FailWith(ERROR_GEN_FAILURE, FALSE);
   }
   const auto fd = g_files.Find(file);
-  if (!fd) {
-    return FailWith(ERROR_INVALID_HANDLE, INVALID_SET_FILE_POINTER);
+  if (!fd || size_bytes == nullptr) {
+    return FailWith(fd ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE, FALSE);
   }
-  if (distance != 0 || (distance_high != nullptr && *distance_high != 0) || method != FILE_END) {
-    return FailWith(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
+  struct stat status {};
+  if (fstat(*fd, &status) != 0) {
+    return FailWith(static_cast<LONG>(base::CodeFromErrno(errno)), FALSE);
   }
-  const off_t before = distance_high != nullptr ? 0 : lseek(*fd, 0, SEEK_CUR);
-  const off_t position = lseek(*fd, 0, SEEK_END);
-  if (position < 0) {
-    return FailWith(static_cast<LONG>(base::CodeFromErrno(errno)), INVALID_SET_FILE_POINTER);
-  }
-  if (distance_high == nullptr && position >= off_t{INVALID_SET_FILE_POINTER}) {
-    lseek(*fd, before, SEEK_SET);  // it goes nowhere
-    return FailWith(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
-  }
-  if (distance_high != nullptr) {
-    *distance_high = static_cast<LONG>(position >> 32);
-  }
-  const auto low = static_cast<DWORD>(position);
-  return low == INVALID_SET_FILE_POINTER ? FailWith(NO_ERROR, low) : low;
+  size_bytes->QuadPart = status.st_size;
+  return TRUE;
 }
 
 BOOL WriteFile(HANDLE file, const void* buffer, DWORD size_bytes, DWORD* written, OVERLAPPED* overlapped) {
   if (pal::MustFail("WriteFile")) {
     return FailWith(ERROR_DISK_FULL, FALSE);
   }
-  if (buffer == nullptr || written == nullptr || overlapped != nullptr) {
+  constexpr DWORD kAtTheEnd = 0xFFFFFFFF;
+  const bool is_appended =
+      overlapped != nullptr && overlapped->Offset == kAtTheEnd && overlapped->OffsetHigh == kAtTheEnd;
+  if (buffer == nullptr || written == nullptr || !is_appended) {
     return FailWith(ERROR_INVALID_PARAMETER, FALSE);
   }
   *written = 0;

@@ -10,15 +10,21 @@ inline constexpr DWORD FILE_SHARE_WRITE = 2;
 inline constexpr DWORD CREATE_NEW = 1;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
-inline constexpr DWORD FILE_END = 2;
-inline constexpr DWORD INVALID_SET_FILE_POINTER = 0xFFFFFFFF;
 
 struct SECURITY_ATTRIBUTES;
-struct OVERLAPPED;
+struct OVERLAPPED {
+  DWORD Offset;
+  DWORD OffsetHigh;
+};
+struct LARGE_INTEGER {
+  LONGLONG QuadPart;
+};
 
-/// Opens or creates a file; see path.h for its name. A folder is ERROR_ACCESS_DENIED. `share` is always both
+/// Opens or creates a file that is appended to; see base/files.h for its name. `share` is always both
 /// FILE_SHARE_READ and FILE_SHARE_WRITE, since files here cannot be locked; the disposition is OPEN_EXISTING
-/// or CREATE_NEW. INVALID_HANDLE_VALUE on failure.
+/// or CREATE_NEW. INVALID_HANDLE_VALUE on failure; ERROR_ACCESS_DENIED for anything but a regular file, for a
+/// link in its place, and for another user's: what is written here must not end up in a file that somebody
+/// else chose.
 HANDLE CreateFileW(const WCHAR* path,
                    DWORD access,
                    DWORD share,
@@ -27,13 +33,10 @@ HANDLE CreateFileW(const WCHAR* path,
                    DWORD attributes,
                    HANDLE template_file);
 
-/// Goes to the end of the file, which is the one place it can go to: `distance` 0, `*distance_high` 0 or
-/// null, `method` FILE_END. Returns the low 32 bits of the position, with the others in `*distance_high`, or
-/// INVALID_SET_FILE_POINTER. That may be a position too: the last error is then 0. Without `distance_high`, a
-/// position beyond 32 bits is a failure.
-DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distance_high, DWORD method);
+BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size_bytes);
 
-/// Writes all of `buffer` or fails. `written` receives what was written in either case.
+/// Writes all of `buffer` at the file's end, as it is then, or fails. `written` receives what was written in
+/// either case. The end is the one place to write at: both offsets of `overlapped` are 0xFFFFFFFF.
 BOOL WriteFile(HANDLE file, const void* buffer, DWORD size_bytes, DWORD* written, OVERLAPPED* overlapped);
 
 /// Closes what CreateFileW opened.

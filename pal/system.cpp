@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/files.h"
 #include "base/utf.h"
 #include "pal/internal.h"
 
@@ -29,7 +30,7 @@ constexpr char kMachine[] = "x86";
 #endif
 
 const char* FindVariable(const std::string& name) {
-  if (const char* value = std::getenv(name.c_str())) {
+  if (const char* value = base::Variable(name.c_str())) {
     return value;
   }
   return name == "PROCESSOR_ARCHITECTURE" ? kMachine : nullptr;
@@ -38,7 +39,7 @@ const char* FindVariable(const std::string& name) {
 // What precedes the country, character set and variant in "pt_BR.UTF-8@euro".
 std::string_view UserLanguage() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const char* value = std::getenv(variable);
+    const char* value = base::Variable(variable);
     if (value == nullptr || !*value) {
       continue;
     }

@@ -105,11 +105,8 @@ DWORD ReadDataMap(const WCHAR* path, DataMap& map) {
     return code;
   }
   std::string text;
-  if (const DWORD code = base::ReadWholeFile(posix_path, &text)) {
+  if (const DWORD code = base::ReadWholeFile(posix_path, &text, base::kMaxDocumentBytes)) {
     return code;
-  }
-  if (text.size() > size_t{std::numeric_limits<int>::max()}) {
-    return ERROR_INVALID_DATA;
   }
   constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
   const base::XmlFunctions* const xml = base::TheXmlFunctions();

@@ -16,6 +16,8 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
+constexpr size_t kMaxFileBytes = size_t{16} * 1024 * 1024;
+
 }  // namespace
 
 std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path) {
@@ -30,6 +32,9 @@ std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_p
   std::array<char, 16384> block;
   while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
     content.append(block.data(), length);
+    if (content.size() > kMaxFileBytes) {
+      throw std::runtime_error("the file is larger than 16 MiB");
+    }
   }
   if (std::ferror(file.get())) {
     throw std::runtime_error("the file cannot be read");

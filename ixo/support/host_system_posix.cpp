@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -22,7 +21,14 @@ std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_
   shown_path.assign(executable.data(), static_cast<size_t>(length));
   shown_path.erase(shown_path.rfind('/') + 1);
   shown_path += name;
-  return std::fopen(shown_path.c_str(), opening == Opening::kRead ? "rbe" : "abe");
+  const bool reads = opening == Opening::kRead;
+  int opened = -1;
+  if (const DWORD code =
+          base::OpenRegularFile(shown_path, reads ? O_RDONLY : O_WRONLY | O_CREAT | O_APPEND, &opened)) {
+    errno = code == ERROR_FILE_NOT_FOUND ? ENOENT : EACCES;
+    return nullptr;
+  }
+  return fdopen(opened, reads ? "rb" : "ab");
 }
 
 DWORD CheckReadable(const WCHAR* path) {
@@ -30,13 +36,10 @@ DWORD CheckReadable(const WCHAR* path) {
   if (const DWORD code = base::ToPosixPath(path, &posix_path)) {
     return code;
   }
-  const base::FileDescriptor file(open(posix_path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.IsOpen()) {
-    return errno == ENOENT ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED;
-  }
-  struct stat about;
-  const bool is_file = fstat(file.Get(), &about) == 0 && !S_ISDIR(about.st_mode);
-  return is_file ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+  int opened = -1;
+  const DWORD code = base::OpenRegularFile(posix_path, O_RDONLY, &opened);
+  const base::FileDescriptor file(opened);
+  return code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND ? code : ERROR_ACCESS_DENIED;
 }
 
 WString Widen(std::string_view utf8) {

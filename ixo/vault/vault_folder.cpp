@@ -1,7 +1,6 @@
 #include "ixo/vault/vault_folder.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,12 +97,7 @@ DWORD VaultFolder::Lock() {
   if (const DWORD code = CheckOwn(lock_->Get(), S_IFREG)) {
     return code;
   }
-  while (flock(lock_->Get(), LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      return LastCode();
-    }
-  }
-  return ERROR_SUCCESS;
+  return base::LockWholeFile(lock_->Get());
 }
 
 DWORD VaultFolder::Read(const char* name, size_t max_bytes, SecureBytes& content) const {

@@ -19,7 +19,8 @@ class VaultFolder {
   /// Makes the folder when there is none.
   DWORD OpenOrMake();
 
-  /// Waits until nobody else has the lock. It ends with this object, or with the process.
+  /// Waits until nobody else has the lock, for two seconds at most: then ERROR_LOCK_VIOLATION. It ends with
+  /// this object, or with the process.
   DWORD Lock();
 
   /// Reads a whole file. ERROR_FILE_NOT_FOUND when there is none; ERROR_INVALID_DATA when it has more than

@@ -85,7 +85,8 @@ class CCustomBiDi {
                        const WCHAR* cert_path,
                        const WCHAR* success);
   DWORD ConnectTo(const WCHAR* name, AddressKind kind);
-  PortName ReadPortName() const;
+  /// Empty when the queue has none, or when it cannot be had; `code`, which may be null, then tells why not.
+  PortName ReadPortName(DWORD* code = nullptr) const;
   DWORD GetPortInfoIOWrapper(LONG* status) noexcept;
   DWORD GetStatusData(DWORD& printer_status, DWORD& response_code, DWORD& status_code) noexcept;
 

@@ -15,7 +15,10 @@ bool TryLoad(const WCHAR* path,
              DWORD& code) {
   TraceLog(trace_format, path);
   DWORD failure = ERROR_FILENAME_EXCED_RANGE;
-  if (TextLength(path) <= kMaxModulePathChars) {
+  if (path[0] == '.') {
+    // The host's folder could not be had. The current folder is no place for libraries: anybody may own it.
+    failure = ERROR_MOD_NOT_FOUND;
+  } else if (TextLength(path) <= kMaxModulePathChars) {
     const HMODULE loaded = LoadLibraryW(path);
     failure = GetLastError();
     if (loaded != nullptr && loaded != static_cast<void*>(INVALID_HANDLE_VALUE)) {

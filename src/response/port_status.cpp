@@ -34,15 +34,21 @@ DWORD CCustomBiDi::GetPortInfoIOWrapper(LONG* status) noexcept {
     const FolderText folder = HostFolder();
     constexpr LibraryFile kFiles[] = {kIxoFile};
     const LibraryPaths paths = ResolveLibraryPaths(configuration_, folder.data(), kFiles);
-    const PortName port = ReadPortName();
+    DWORD port_code = ERROR_SUCCESS;
+    const PortName port = ReadPortName(&port_code);
+    // Nobody has a device behind a queue that is not there. Of one that cannot be asked nobody knows.
+    const bool is_unknown = port_code != ERROR_SUCCESS && port_code != ERROR_INVALID_PRINTER_NAME;
 
     TraceLog(W("Load IXO DLL!"));
-    const DWORD code = ixo_.LoadIxoLibrary(paths.Path(kIxoFile));
+    DWORD code = ixo_.LoadIxoLibrary(paths.Path(kIxoFile));
+    if (code == ERROR_SUCCESS) {
+      TraceLog(W("Load IXO DLL Success"));
+      code = is_unknown ? port_code : ERROR_SUCCESS;
+    }
     if (code != ERROR_SUCCESS) {
       TraceLog(W(">>>>>Custom Bidi :  GetPortInformationFromIXO fail!!!"));
       return code;
     }
-    TraceLog(W("Load IXO DLL Success"));
 
     if (port[0] != 0) {
       TraceLog(W("Get Address from [%s][%d]"), port.data(), static_cast<DWORD>(AddressKind::kPortName));

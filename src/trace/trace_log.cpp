@@ -42,6 +42,15 @@ HANDLE OpenForAppending(DWORD disposition) {
                      disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
+/// One write at the end of the file, wherever that is by then: other processes write there, too.
+void AppendToFile(const void* bytes, size_t size_bytes) {
+  OVERLAPPED end{};
+  end.Offset = 0xFFFFFFFF;
+  end.OffsetHigh = 0xFFFFFFFF;
+  DWORD written_bytes = 0;
+  WriteFile(g_file.handle, bytes, static_cast<DWORD>(size_bytes), &written_bytes, &end);
+}
+
 struct RegistryKeyTraits {
   using Value = HKEY;
   static Value Empty() { return nullptr; }
@@ -144,15 +153,12 @@ void WriteTraceLine(const WCHAR* message) noexcept {
   CopyText(std::span(line).subspan(length), kLineEnd);
   length += kLineEnd.size();
 
-  // Without the high part, a file of 4 GiB or more has no end to go to. All ones may be the low part of one:
-  // then the last error is none.
-  LONG high = 0;
-  if (SetFilePointer(g_file.handle, 0, &high, FILE_END) == INVALID_SET_FILE_POINTER &&
-      GetLastError() != NO_ERROR) {
-    return;
+  LARGE_INTEGER size_bytes{};
+  if (GetFileSizeEx(g_file.handle, &size_bytes) && size_bytes.QuadPart % sizeof(WCHAR) != 0) {
+    // Half a unit is left of a line that a full disk cut. This makes it a whole one, most often the right one.
+    AppendToFile("", 1);
   }
-  DWORD written_bytes = 0;
-  WriteFile(g_file.handle, line, static_cast<DWORD>(length * sizeof(WCHAR)), &written_bytes, nullptr);
+  AppendToFile(line, length * sizeof(WCHAR));
 }
 
 TraceShare::TraceShare() noexcept {

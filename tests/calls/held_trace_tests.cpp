@@ -1,6 +1,8 @@
 // Lines that a call writes before it starts its own trace, or after it has closed the file, reach the file
 // only while another call has it open. These tests hold it open through the library's own parts, so they are
-// native ones.
+// native ones; and two processes write to it.
+
+#include <cstdlib>
 
 #include "src/trace/trace_log.h"
 #include "tests/support/call_test.h"
@@ -82,6 +84,28 @@ TEST_F(HeldTrace, QueueNameTooLongForItsRegistryKey) {
     EXPECT_EQ(Port(queue), (PortAnswer{true, 0}));
     EXPECT_EQ(TakeTrace().empty(), !traced) << length;
   }
+}
+
+constexpr int kRounds = 40;
+
+/// Run by the next test, in processes of their own, with what it has set up.
+TEST(AnotherProcess, DISABLED_ManyCalls) {
+  StraightCalls calls;
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_TRUE(calls.Bidi());
+  }
+}
+
+// Wine finds the end and writes there in two steps, so this is no test of Windows.
+TEST_F(HeldTrace, TwoProcessesLoseNoLine) {
+  SetTrace(true);
+  WritePrinter();
+  const std::string command =
+      '"' + ProgramPath().string() +
+      "\" --gtest_brief=1 --gtest_also_run_disabled_tests --gtest_filter=*.DISABLED_ManyCalls";
+  OnThreads(2, [&](int) { EXPECT_EQ(std::system(command.c_str()), 0); });
+  const Lines lines = TakeTrace();  // which looks at each line's form
+  EXPECT_EQ(lines.size(), BidiCall(kQueue, kAddress, 1).size() * 2 * kRounds);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Every single thing that a call asks of the platform, and every allocation, fails once. Native tests: there
 // the platform layer can be told to fail.
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -163,18 +165,27 @@ class OneFault : public CallTest {
     pal::ClearFaults();
     return TakeTrace();
   }
+
+  StraightCalls calls_;
 };
 
 TEST_F(OneFault, ExecutableWithoutAPath) {
   ExpectTrace({">>>>>Custom Bidi :  Get Current file name fail!!!", kInitFailed},
               TraceWithout("GetModuleFileNameW", 1, false));
-  From(TraceWithout("GetModuleFileNameW", 2, false), "IXO_DLL: [.//vexmoixo.dll]");  // the working folder
+  // The working folder is named, but nothing is loaded from it.
+  const Lines lines = TraceWithout("GetModuleFileNameW", 2, false);
+  From(lines, "IXO_DLL: [.//vexmoixo.dll]");
+  From(lines, ErrorLine(ERROR_MOD_NOT_FOUND, "LoadLibrary-IXO DLL").front());
 }
 
 TEST_F(OneFault, QueueWhosePortCannotBeReadIsKnownByItsName) {
   for (const auto& [function, n] :
        {std::pair{"OpenPrinterW", 1}, {"GetPrinterW", 1}, {"GetPrinterW", 2}, {"GlobalAlloc", 1}}) {
     ExpectTrace(BidiCall(kQueue, "", 1), TraceWithout(function, n, true));
+    pal::FailNthCallOf(function, n);
+    EXPECT_EQ(Port(), (PortAnswer{false, kUntouchedStatus})) << "nobody knows what is behind it";
+    pal::ClearFaults();
+    From(TakeTrace(), ">>>>>Custom Bidi :  GetPortInformationFromIXO fail!!!");
   }
 }
 
@@ -187,9 +198,52 @@ TEST_F(OneFault, ProcessorThatIsNotNamedHasNoLibraries) {
                 ">>>> Custom Bidi : InitIOWrapperForStatus Initialization failed!!"});
 }
 
-TEST_F(OneFault, TraceFileWhoseEndIsNotFoundMissesALine) {
+TEST_F(OneFault, TraceFileThatTakesNothingMissesALine) {
   const Lines whole = BidiCall(kQueue, kAddress, 1);
-  ExpectTrace({whole.begin() + 1, whole.end()}, TraceWithout("SetFilePointer", 1, true));
+  ExpectTrace(whole, TraceWithout("GetFileSizeEx", 1, true));
+  ExpectTrace({whole.begin() + 1, whole.end()}, TraceWithout("WriteFile", 1, true));
+}
+
+// Pipes, devices and files without an end in the place of each file that a call reads or writes.
+TEST_F(OneFault, FilesThatNeverEndAreNotRead) {
+  const fs::path home = std::getenv("CUSTOMBIDI_HOME");
+  WriteConfiguration("");
+  WritePrinter();
+  const std::tuple<fs::path, bool, PortAnswer> rows[] = {
+      {HostFolder::Path() / HostFolder::ConfigurationName(), false, {false, kUntouchedStatus}},
+      {HostFolder::Path() / "vexmoixodatamap.xml", false, {true, 1}},
+      {HostFolder::Path() / "printer.json", false, {true, 0}},
+      {home / "registry.reg", true, {false, kUntouchedStatus}},
+      {TraceFile(), true, {true, 1}}};
+  for (const auto& [path, bidi, port] : rows) {
+    const fs::path aside = path.string() + ".aside";
+    const bool was_there = fs::exists(path);
+    if (was_there) {
+      fs::rename(path, aside);
+    }
+    for (const char* kind : {"pipe", "/dev/zero", "too large"}) {
+      if (kind == std::string("pipe")) {
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+      } else if (*kind == '/') {
+        fs::create_symlink(kind, path);
+      } else {
+        std::ofstream(path).put(' ');
+        fs::resize_file(path, 17 << 20);
+      }
+      CustomBidiLong status = kUntouchedStatus;
+      testing::internal::CaptureStderr();  // where the simulated printer says what is wrong with its file
+      const bool is_answered = calls_.Bidi();
+      const bool is_trace = path == TraceFile();
+      EXPECT_EQ(is_answered, bidi) << path << kind;
+      const PortAnswer answer{calls_.Port(&status), status};
+      EXPECT_EQ(answer, port) << path << kind << is_trace;
+      testing::internal::GetCapturedStderr();
+      fs::remove(path);
+    }
+    if (was_there) {
+      fs::rename(aside, path);
+    }
+  }
 }
 
 TEST_F(OneFault, DataMapThatCannotBeAskedHasNoItems) {

@@ -57,6 +57,16 @@ TEST_F(Trace, LinesAreLostWithoutAFileToWriteTo) {
   EXPECT_FALSE(TakeTrace().empty()) << "the next call tries again";
 }
 
+TEST_F(Trace, HalfAUnitIsMadeAWholeOne) {
+  SetTrace(true);
+  std::ofstream(TraceFile(), std::ios::binary).write("\r\0\n", 3);
+  EXPECT_TRUE(Bidi().ok);
+  const std::string bytes = ReadBytes(TraceFile());
+  EXPECT_EQ(bytes.substr(0, 6), std::string("\r\0\n\0[\0", 6));
+  EXPECT_EQ(bytes.size() % 2, 0U);
+  fs::remove(TraceFile());
+}
+
 TEST_F(Teardown, ThreadStaysInTheApartmentThatItWasIn) {
   constexpr DWORD kNone = 100;
   for (const DWORD own : {DWORD{COINIT_APARTMENTTHREADED}, DWORD{COINIT_MULTITHREADED}, kNone}) {

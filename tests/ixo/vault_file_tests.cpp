@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -134,6 +135,11 @@ TEST_F(VaultFile, IsRefusedWhenOthersHaveAHandInIt) {
 }
 
 TEST_F(VaultFile, IsNotChangedWithoutItsLock) {
+  {
+    const base::FileDescriptor lock(open((folder_ / "lock").c_str(), O_RDWR));
+    ASSERT_EQ(flock(lock.Get(), LOCK_EX), 0);
+    EXPECT_EQ(Save(kTarget, kUser, "other"), DWORD{ERROR_LOCK_VIOLATION});
+  }
   fs::remove(folder_ / "lock");
   fs::create_symlink(home_ / "elsewhere", folder_ / "lock");
   EXPECT_EQ(Save(kTarget, kUser, "other"), DWORD{ERROR_ACCESS_DENIED});

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <openssl/err.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -45,13 +46,15 @@ TEST_F(StandInTest, WindowsPathsAsPosixOnes) {
 }
 
 TEST_F(StandInTest, HomeIsTheFirstOfThree) {
+  SetVariable("CUSTOMBIDI_HOME", "own");
+  EXPECT_EQ(base::HomeFolder(), "/dev/null/nowhere");
   SetVariable("CUSTOMBIDI_HOME", "/own/");
   SetVariable("XDG_DATA_HOME", "/data");
   SetVariable("HOME", "/user");
   EXPECT_EQ(base::HomeFolder(), "/own");
   SetVariable("CUSTOMBIDI_HOME", "");
   EXPECT_EQ(base::HomeFolder(), "/data/custom-bidi");
-  SetVariable("XDG_DATA_HOME", nullptr);
+  SetVariable("XDG_DATA_HOME", "data");
   EXPECT_EQ(base::HomeFolder(), "/user/.local/share/custom-bidi");
   SetVariable("HOME", nullptr);
   EXPECT_NE(base::HomeFolder().find("/.local/share/custom-bidi"), std::string::npos);
@@ -117,6 +120,46 @@ TEST_F(StandInTest, ExecutableKeepsItsNameWhenItsFileGoes) {
     std::filesystem::copy_file("/proc/self/exe", copy);
     EXPECT_EQ(std::system(("'" + copy.string() + "'" + options).c_str()), 0) << name;
     EXPECT_FALSE(std::filesystem::exists(copy)) << "it did not run";
+  }
+}
+
+/// Run by the next test, by a program with the rights of a user who is not the caller.
+TEST(AnotherUsersRights, DISABLED_NoVariableCounts) {
+  WCHAR name[16] = {};
+  GetEnvironmentVariableW(u"PROCESSOR_ARCHITECTURE", name, 16);
+  EXPECT_NE(base::ToUtf8(name), "x86");
+  EXPECT_NE(base::HomeFolder(), "/own");
+}
+
+TEST_F(StandInTest, EnvironmentBelongsToTheCallerOfAPrivilegedProcess) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a program another user's rights";
+  }
+  const std::filesystem::path copy = folder_ / "privileged";
+  std::filesystem::copy_file("/proc/self/exe", copy);
+  ASSERT_TRUE(chown(copy.c_str(), 65534, 65534) == 0 && chmod(copy.c_str(), 04755) == 0);
+  SetVariable("PROCESSOR_ARCHITECTURE", "x86");
+  SetVariable("CUSTOMBIDI_HOME", "/own");
+  const std::string options = " --gtest_also_run_disabled_tests --gtest_filter=*.DISABLED_NoVariableCounts";
+  EXPECT_EQ(std::system((copy.string() + options).c_str()), 0);
+}
+
+TEST_F(StandInTest, WhatIsWrittenIsOnesOwnAndReachedByNoLink) {
+  const auto code_of = [this](const char* name) {
+    const std::u16string path = u"Z:" + (folder_ / name).u16string();
+    return custom_bidi::LastErrorOf([&] {
+      EXPECT_EQ(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr),
+                INVALID_HANDLE_VALUE);
+    });
+  };
+  std::filesystem::create_symlink(WriteFileIn("file", ""), folder_ / "link");
+  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(code_of("link"), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(code_of("pipe"), DWORD{ERROR_ACCESS_DENIED});
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown((folder_ / "file").c_str(), 65534, 65534), 0);
+    EXPECT_EQ(code_of("file"), DWORD{ERROR_ACCESS_DENIED});
   }
 }
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <thread>
 #include <tuple>
@@ -21,6 +22,12 @@ namespace fs = std::filesystem;
 
 using SystemCall = PlatformTest;
 constexpr DWORD kInvalidHandle = ERROR_INVALID_HANDLE;
+
+const OVERLAPPED kAtTheEnd = [] {
+  OVERLAPPED end{};
+  end.Offset = end.OffsetHigh = 0xFFFFFFFF;
+  return end;
+}();
 
 HANDLE Open(const fs::path& path, DWORD disposition) {
   return CreateFileW(PlatformPath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
@@ -46,10 +53,26 @@ TEST_F(SystemCall, ClosedHandleIsInvalid) {
   const HANDLE file = Open(folder_ / "log", CREATE_NEW);
   ASSERT_TRUE(CloseHandle(file));
   DWORD written = 1;
-  EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(WriteFile(file, "x", 1, &written, nullptr)); }), kInvalidHandle);
+  OVERLAPPED end = kAtTheEnd;
+  EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(WriteFile(file, "x", 1, &written, &end)); }), kInvalidHandle);
   EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(CloseHandle(file)); }), kInvalidHandle);
-  const auto seek = [&] { EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_END), ~DWORD{0}); };
-  EXPECT_EQ(LastErrorOf(seek), kInvalidHandle);
+  LARGE_INTEGER size{};
+  EXPECT_EQ(LastErrorOf([&] { EXPECT_FALSE(GetFileSizeEx(file, &size)); }), kInvalidHandle);
+}
+
+TEST_F(SystemCall, WritesGoToTheEndAsItIsThen) {
+  const HANDLE first = Open(folder_ / "log", CREATE_NEW);
+  const HANDLE second = Open(folder_ / "log", OPEN_EXISTING);
+  OVERLAPPED end = kAtTheEnd;
+  for (const auto& [file, text] : {std::pair{first, "one"}, {second, "two"}, {first, "six"}}) {
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(file, text, 3, &written, &end) && written == 3) << text;
+  }
+  LARGE_INTEGER size{};
+  EXPECT_TRUE(GetFileSizeEx(first, &size) && size.QuadPart == 9);
+  EXPECT_TRUE(CloseHandle(first) && CloseHandle(second));
+  std::ifstream log(folder_ / "log");
+  EXPECT_EQ(std::string(std::istreambuf_iterator(log), {}), "onetwosix");
 }
 
 TEST_F(SystemCall, LengthStandsInFrontOfATextAndNullIsAnEmptyOne) {

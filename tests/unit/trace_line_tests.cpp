@@ -55,7 +55,7 @@ TEST_F(Trace, KeepsALinesEndHoweverLongItIsAndCutsNoPair) {
 // The files have holes, so none takes room on the disk.
 TEST_F(Trace, AppendsHoweverLargeTheFileIs) {
   constexpr uintmax_t kFourGiB = uintmax_t{4} << 30;
-  for (const uintmax_t size : {kFourGiB - 1, kFourGiB, 2 * kFourGiB + 2}) {
+  for (const uintmax_t size : {kFourGiB - 2, kFourGiB, 2 * kFourGiB + 2}) {
     TextOf([] {});
     std::filesystem::resize_file(file_, size);
     const TraceShare share;

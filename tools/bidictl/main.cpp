@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "tools/bidictl/commands/commands.h"
+#include "tools/bidictl/platform/queue_store.h"
 
 namespace custom_bidi_tools {
 
@@ -263,7 +264,8 @@ void AddTrace(CLI::App& program, CommandLine& line) {
       ->check(CLI::Range(1, 86400));
 }
 
-/// The parser would only say that a command is missing.
+/// Before anything else is said: the parser would only tell that a command is missing, and a command that there is
+/// no such queue.
 void CheckCommandName(const CLI::App& program, const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments.front().starts_with('-')) {
     return;
@@ -273,6 +275,7 @@ void CheckCommandName(const CLI::App& program, const std::vector<std::string>& a
   if (program.get_subcommands(is_it).empty()) {
     throw CommandError("there is no command '" + name + "' ('bidictl --help' lists them)", kExitUsage);
   }
+  CheckQueueStore();
 }
 
 int RunBidictl(std::vector<std::string> arguments) {

@@ -28,8 +28,13 @@ class TraceReader {
 
   /// False when the file cannot be opened. A file that has become shorter is a new one.
   bool PrintNew() {
-    std::ifstream file(path_, std::ios::binary);
-    if (!file) {
+    // A pipe in its place would be waited for.
+    std::error_code ignored;
+    std::ifstream file;
+    if (std::filesystem::is_regular_file(path_, ignored)) {
+      file.open(path_, std::ios::binary);
+    }
+    if (!file.is_open()) {
       return false;
     }
     if (FileSize() < position_) {

@@ -43,6 +43,9 @@ void SetTrace(const std::string& name, bool on);
 /// Throws when there is no queue of that name.
 void RequireQueue(const std::string& name);
 
+/// Throws when the place of all queues is one that cannot be: on Linux a home that is not an absolute path.
+void CheckQueueStore();
+
 /// The one file that the calls for all queues are traced to. It exists once there was something to trace.
 std::filesystem::path TraceFilePath();
 

@@ -1,12 +1,10 @@
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 #include "base/cups_queues.h"
+#include "base/error_codes.h"
 #include "base/files.h"
 #include "base/home_registry.h"
 #include "base/utf.h"
@@ -61,19 +59,17 @@ class RegistryEdit {
   static int TakeLock() {
     MakeFolder(base::HomeFolder());
     const std::string path = base::RegistryFilePath() + ".lock";
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (file < 0) {
-      throw QueueError(path + " cannot be opened: " + std::strerror(errno));
+    int opened = -1;
+    if (const DWORD code = base::OpenRegularFile(path, O_RDWR | O_CREAT, &opened)) {
+      throw QueueError(path + " cannot be opened (error " + std::to_string(code) + ")");
     }
-    while (flock(file, LOCK_EX) != 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      const int code = errno;
-      close(file);
-      throw QueueError(path + " cannot be locked: " + std::strerror(code));
+    base::FileDescriptor file(opened);
+    if (const DWORD code = base::LockWholeFile(file.Get())) {
+      throw QueueError(path + (code == ERROR_LOCK_VIOLATION
+                                   ? " is locked by another process"
+                                   : " cannot be locked (error " + std::to_string(code) + ")"));
     }
-    return file;
+    return file.Release();
   }
 
   int lock_file_;
@@ -166,6 +162,13 @@ void SetTrace(const std::string& name, bool on) {
   SetValue(edit, KeyOf(name) + u"\\PrinterDriverData", kTraceValue,
            base::RegistryValue::FromDword(on ? 1 : 0));
   edit.Save();
+}
+
+void CheckQueueStore() {
+  const char* const home = base::Variable("CUSTOMBIDI_HOME");
+  if (home != nullptr && *home != '\0' && *home != '/') {
+    throw QueueError(std::string("CUSTOMBIDI_HOME is not an absolute path: ") + home);
+  }
 }
 
 std::filesystem::path TraceFilePath() {

@@ -244,6 +244,8 @@ void SetTrace(const std::string& name, bool on) {
   }
 }
 
+void CheckQueueStore() {}
+
 std::filesystem::path TraceFilePath() {
   return kTraceFile;
 }
