@@ -18,6 +18,7 @@ inline constexpr DWORD kTooLarge = 223;            // ERROR_FILE_TOO_LARGE
 inline constexpr DWORD kConnectionRefused = 1225;  // ERROR_CONNECTION_REFUSED
 inline constexpr DWORD kHostUnreachable = 1232;    // ERROR_HOST_UNREACHABLE
 inline constexpr DWORD kConnectionAborted = 1236;  // ERROR_CONNECTION_ABORTED
+inline constexpr DWORD kNoResources = 1450;        // ERROR_NO_SYSTEM_RESOURCES: our machine, not the device
 inline constexpr DWORD kTimeout = 1460;            // ERROR_TIMEOUT
 inline constexpr DWORD kHostUnknown = 11001;       // WSAHOST_NOT_FOUND
 inline constexpr DWORD kBadAnswer = ERROR_INVALID_DATA;
@@ -62,7 +63,7 @@ class Standing {
     if (code == kTimeout || code == kHostUnreachable || code == kHostUnknown) {
       silent_[Index(protocol)] = true;
       any_silent_ = true;
-    } else {
+    } else if (code != kNoResources) {
       heard_ = true;
     }
   }

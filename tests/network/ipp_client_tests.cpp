@@ -2,8 +2,35 @@
 
 #include "ixo/network/ipp/ipp_client.h"
 
+#include <poll.h>
+
+#include <cerrno>
+
+#include "ixo/network/connection/connection.h"
 #include "ixo/network/ipp/strings_file.h"
+#include "ixo/network/snmp/snmp.h"
 #include "tests/network/network_test.h"
+
+namespace {
+
+/// What poll meets with on this thread. It gives in after a while, so that who waits without end is seen.
+thread_local int g_poll_error = 0;
+thread_local std::chrono::steady_clock::time_point g_poll_fails_until;
+
+}  // namespace
+
+extern "C" {
+int __real_poll(pollfd* files, nfds_t count, int wait_ms);
+int __wrap_poll(pollfd* files, nfds_t count, int wait_ms);
+
+int __wrap_poll(pollfd* files, nfds_t count, int wait_ms) {
+  if (std::chrono::steady_clock::now() >= g_poll_fails_until) {
+    return __real_poll(files, count, wait_ms);
+  }
+  errno = g_poll_error;
+  return -1;
+}
+}
 
 namespace custom_bidi::network {
 namespace {
@@ -145,6 +172,35 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
       EXPECT_EQ(Shown(answer, "printer-name"), "P");
     }
   });
+}
+
+TEST(Waiting, EndsWhateverTheSystemSays) {
+  const TcpPeer silent(StaySilent());
+  const UdpPeer silent_agent([](const std::string&) { return ""; });
+  SnmpSettings snmp;
+  snmp.port = silent_agent.Port();
+  for (const auto& [error, code] : {std::pair{EINTR, kTimeout}, std::pair{ENOMEM, kNoResources}}) {
+    std::vector<SocketAddress> addresses;
+    ASSERT_EQ(Resolve("127.0.0.1", silent.Port(), Deadline(kPatience), addresses), DWORD{ERROR_SUCCESS});
+    IppAnswer answer;
+    std::vector<std::optional<SnmpValue>> values;
+    const std::vector<std::string> names = {"1.3.6.1.2.1.1.4.0"};
+    Connection connected;
+    EXPECT_EQ(connected.Open(addresses, Deadline(kPatience)), DWORD{ERROR_SUCCESS});
+    const std::function<DWORD()> kWaits[] = {
+        [&] { return Connection().Open(addresses, Deadline(kDeadline)); },
+        [&] { return Ask(Local(silent.Port()), names, answer, kDeadline); },
+        [&, bytes = std::vector<BYTE>(1), length = size_t{0}]() mutable {
+          return connected.Read(bytes, length, Deadline(kDeadline));
+        },
+        [&] { return GetObjects("127.0.0.1", snmp, names, Deadline(kDeadline), values); }};
+    for (const auto& wait : kWaits) {
+      g_poll_error = error;
+      g_poll_fails_until = std::chrono::steady_clock::now() + kDeadline + kSlack;
+      EXPECT_EQ(InTime(wait), code) << "wait " << &wait - kWaits;
+      g_poll_fails_until = {};
+    }
+  }
 }
 
 TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {

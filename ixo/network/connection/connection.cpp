@@ -6,7 +6,6 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/err.h>
-#include <poll.h>
 #include <strings.h>
 #include <unistd.h>
 
@@ -55,8 +54,11 @@ DWORD Ask(const std::string& host, const std::string& port, Deadline deadline, A
   while (state == EAI_INPROGRESS && !deadline.IsOver()) {
     const int left_ms = deadline.RemainingMs();
     const timespec wait{left_ms / 1000, static_cast<long>(left_ms % 1000) * 1'000'000};
-    gai_suspend(requests.data(), 1, &wait);
+    const int waited = gai_suspend(requests.data(), 1, &wait);
     state = gai_error(requests[0]);
+    if (waited != 0 && waited != EAI_AGAIN && waited != EAI_INTR && waited != EAI_ALLDONE) {
+      break;
+    }
   }
   if (state == EAI_INPROGRESS) {
     if (gai_cancel(requests[0]) != EAI_CANCELED) {
@@ -124,11 +126,10 @@ class Attempts {
   /// The first socket that is connected, which is the caller's then.
   DWORD Wait(Deadline deadline, int& connected) {
     while (!attempts_.empty()) {
-      const int count = poll(attempts_.data(), attempts_.size(), deadline.RemainingMs());
-      if (count == 0 && deadline.IsOver()) {
-        return kTimeout;
+      if (const DWORD code = WaitForAny(attempts_, deadline)) {
+        return code;
       }
-      for (size_t i = attempts_.size(); count > 0 && i-- > 0;) {
+      for (size_t i = attempts_.size(); i-- > 0;) {
         if (attempts_[i].revents != 0 && IsConnected(i)) {
           connected = attempts_[i].fd;
           attempts_.erase(attempts_.begin() + static_cast<ptrdiff_t>(i));
@@ -163,21 +164,9 @@ class Attempts {
   DWORD code_ = kHostUnreachable;
 };
 
-/// Waits until the socket can do what `events` says, or something has gone wrong with it.
 DWORD WaitFor(int fd, short events, Deadline deadline) {
   pollfd entry{.fd = fd, .events = events, .revents = 0};
-  for (;;) {
-    const int count = poll(&entry, 1, deadline.RemainingMs());
-    if (count > 0) {
-      return ERROR_SUCCESS;
-    }
-    if (count == 0 && deadline.IsOver()) {
-      return kTimeout;
-    }
-    if (count < 0 && errno != EINTR) {
-      return kConnectionAborted;
-    }
-  }
+  return WaitForAny({&entry, 1}, deadline);
 }
 
 bool IsAddress(const std::string& host) {
@@ -237,6 +226,21 @@ DWORD Resolve(const std::string& host,
     std::memcpy(&address.storage, entry->ai_addr, entry->ai_addrlen);
   }
   return addresses.empty() ? kHostUnknown : DWORD{ERROR_SUCCESS};
+}
+
+DWORD WaitForAny(std::span<pollfd> files, Deadline deadline) {
+  for (;;) {
+    const int count = poll(files.data(), files.size(), deadline.RemainingMs());
+    if (count > 0) {
+      return ERROR_SUCCESS;
+    }
+    if (count < 0 && errno != EINTR) {
+      return kNoResources;
+    }
+    if (deadline.IsOver()) {
+      return kTimeout;
+    }
+  }
 }
 
 TlsContext MakeTlsContext() {
@@ -377,6 +381,9 @@ DWORD Connection::Read(std::span<BYTE> bytes, size_t& length, Deadline deadline)
 
 DWORD Connection::WriteSocket(std::span<const BYTE> bytes, Deadline deadline) {
   while (!bytes.empty()) {
+    if (deadline.IsOver()) {
+      return kTimeout;
+    }
     const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       bytes = bytes.subspan(static_cast<size_t>(sent));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <openssl/ssl.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cstddef>
@@ -37,6 +38,10 @@ DWORD Resolve(const std::string& host,
               uint16_t port,
               Deadline deadline,
               std::vector<SocketAddress>& addresses);
+
+/// Waits until one of the files can do what its `events` say, or something has gone wrong with it. Returns 0,
+/// kTimeout, or kNoResources when the system cannot wait.
+DWORD WaitForAny(std::span<pollfd> files, Deadline deadline);
 
 struct FreeTls {
   void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }

@@ -1,7 +1,6 @@
 #include "ixo/network/snmp/snmp_session.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -386,12 +385,15 @@ DWORD SnmpSession::Await(Deadline deadline) {
       return kTimeout;
     }
     pollfd file{.fd = socket_, .events = POLLIN, .revents = 0};
-    if (poll(&file, 1, std::min(*next_sending_ms, deadline.RemainingMs())) > 0) {
-      if (const DWORD code = Receive()) {
-        return code;
-      }
+    const int wait_ms = std::min(*next_sending_ms, deadline.RemainingMs());
+    DWORD code = WaitForAny({&file, 1}, Deadline(milliseconds(wait_ms)));
+    if (code == ERROR_SUCCESS) {
+      code = Receive();
     }
-    if (const DWORD code = SendAgain()) {
+    if (code != ERROR_SUCCESS && code != kTimeout) {
+      return code;
+    }
+    if (code = SendAgain(); code != ERROR_SUCCESS) {
       return code;
     }
   }
