@@ -1,6 +1,7 @@
 #include "ixo/network/location.h"
 
 #include <arpa/inet.h>
+#include <net/if.h>
 
 #include <algorithm>
 #include <array>
@@ -23,11 +24,20 @@ bool IsIpv4(const std::string& host) {
   return inet_pton(AF_INET, host.c_str(), &address) == 1;
 }
 
+/// The characters that need no escape in a URI (RFC 6874, section 2), as many as an interface's name may have.
+bool IsZone(std::string_view zone) {
+  const auto is_plain = [](unsigned char unit) {
+    return unit < 0x80 && (std::isalnum(unit) != 0 ||
+                           std::string_view("-._~").find(static_cast<char>(unit)) != std::string_view::npos);
+  };
+  return !zone.empty() && zone.size() < IF_NAMESIZE && std::ranges::all_of(zone, is_plain);
+}
+
 bool IsIpv6(const std::string& host) {
   in6_addr address{};
-  const size_t zone = host.find('%');
-  const bool is_whole = zone == std::string::npos || zone + 1 < host.size();
-  return is_whole && inet_pton(AF_INET6, host.substr(0, zone).c_str(), &address) == 1;
+  const size_t percent = host.find('%');
+  return inet_pton(AF_INET6, host.substr(0, percent).c_str(), &address) == 1 &&
+         (percent == std::string::npos || IsZone(std::string_view(host).substr(percent + 1)));
 }
 
 /// Takes the brackets away; the zone of an IPv6 address is written "%25eth0" (RFC 6874). Empty for what is no

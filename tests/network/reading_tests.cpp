@@ -62,9 +62,18 @@ TEST(Location, FromPortName) {
       "192.0.2|192.0.2.10:0|192.0.2.10:65536|192.0.2.10:|192.0.2.10 |[::1|[192.0.2.10]x|ipp://|"
       "ipp:///ipp/print|ipp://host:99999/|ipp://[::g]/|ipp://ho st/|-o.example|printer\r\nX: "
       "y.example|" +
-      std::string(300, 'a') + ".example");
+      std::string(300, 'a') +
+      ".example|fe80::1%|fe80::1%a/b|fe80::1%a%b|fe80::1%0123456789abcdef|[fe80::1%a b]:631|"
+      "ipp://[fe80::1%25eth0%0A]/");
   for (std::string name; std::getline(others, name, '|');) {
     EXPECT_EQ(Shown(LocationFromPortName(base::ToUtf16(name))), "none") << name;
+  }
+}
+
+TEST(Location, ADevicesUriHoldsNothingThatBreaksALine) {
+  EXPECT_EQ(ParseUri("http://[fe80::1%25br-lan.7]/").value().host, "fe80::1%br-lan.7");
+  for (const char* uri : {"http://[fe80::1%25eth0\n]/", "http://[fe80::1%25\xC3\xA4]/", "http://[::1%25]/"}) {
+    EXPECT_FALSE(ParseUri(uri)) << uri;
   }
 }
 
