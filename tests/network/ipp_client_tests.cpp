@@ -208,22 +208,36 @@ TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {
   const TcpPeer peer(Reply(Http(content)));
   const std::string port = std::to_string(peer.Port());
   const std::string own = "http://127.0.0.1:" + port;
+  const std::string one = "127.0.0.1:" + port;
+  const std::string two = "127.0.0.2:" + port;
   const struct {
     std::string printer, uri;
     DWORD code;
     bool follow_other_hosts = false;
-  } kCases[] = {{"127.0.0.1", own + "/en.strings", ERROR_SUCCESS},
-                {"127.0.0.1", "http://localhost:" + port + "/en.strings", ERROR_SUCCESS},
-                {"127.0.0.1", "http://no-such-name.invalid:" + port + "/en.strings", ERROR_SUCCESS},
-                {"127.0.0.1", "http://127.0.0.2:" + port + "/en.strings", ERROR_ACCESS_DENIED},
-                {"127.0.0.2", own + "/en.strings", ERROR_ACCESS_DENIED},
-                {"127.0.0.2", own + "/en.strings", ERROR_SUCCESS, true},
-                {"127.0.0.1", "https://127.0.0.1:" + port + "/en.strings", kBadAnswer},
-                {"127.0.0.1", own + "/a HTTP/1.1\r\nX: y", kBadAnswer},
-                {"127.0.0.1", own + "/a?b\r\nX: y", kBadAnswer},
-                {"127.0.0.1", "ftp://127.0.0.1:" + port + "/en.strings", kBadAnswer},
-                {"127.0.0.1", "file:///etc/passwd", kBadAnswer},
-                {"127.0.0.1", "nonsense", kBadAnswer}};
+  } kCases[] = {{one, own + "/en.strings", ERROR_SUCCESS},
+                {one, own + "/strings?language=en", ERROR_SUCCESS},
+                {one, "http://localhost:" + port + "/en.strings", ERROR_SUCCESS},
+                {one, "http://no-such-name.invalid:" + port + "/en.strings", ERROR_SUCCESS},
+                {one, "http://127.0.0.2:" + port + "/en.strings", ERROR_ACCESS_DENIED},
+                {two, own + "/en.strings", ERROR_ACCESS_DENIED},
+                {two, own + "/en.strings", ERROR_SUCCESS, true},
+                {two, own + "/strings?language=en", ERROR_ACCESS_DENIED, true},
+                {"192.0.2.10:" + port, own + "/en.strings", ERROR_ACCESS_DENIED, true},
+                {"192.0.2.10:" + port, "http://[::ffff:127.0.0.1]:" + port + "/", ERROR_ACCESS_DENIED, true},
+                {"192.0.2.10:" + port, "http://0.0.0.0:" + port + "/", ERROR_ACCESS_DENIED, true},
+                // Services that are no printer's.
+                {"127.0.0.1", own + "/admin?delete=1", ERROR_ACCESS_DENIED},
+                {"127.0.0.2", own + "/en.strings", ERROR_ACCESS_DENIED, true},
+                {"192.0.2.10", "http://192.0.2.10:" + port + "/", ERROR_ACCESS_DENIED},
+                {one, "http://127.0.0.1/en.strings", ERROR_ACCESS_DENIED},
+                {one, "https://localhost/en.strings", ERROR_ACCESS_DENIED},
+                {one, "http://127.0.0.1:631/en.strings", ERROR_ACCESS_DENIED},
+                {one, "https://127.0.0.1:" + port + "/en.strings", kBadAnswer},
+                {one, own + "/a HTTP/1.1\r\nX: y", kBadAnswer},
+                {one, own + "/a?b\r\nX: y", kBadAnswer},
+                {one, "ftp://127.0.0.1:" + port + "/en.strings", kBadAnswer},
+                {one, "file:///etc/passwd", kBadAnswer},
+                {one, "nonsense", kBadAnswer}};
   for (const auto& [printer, uri, code, follow] : kCases) {
     TestAddress address(printer);
     const Settings settings{.deadline = kPatience, .follow_other_hosts = follow};

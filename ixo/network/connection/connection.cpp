@@ -184,6 +184,21 @@ SocketAddress SocketAddress::WithPort(uint16_t port) const {
   return address;
 }
 
+bool SocketAddress::IsLoopback() const {
+  constexpr uint32_t kLoopbackNet = IN_LOOPBACKNET;
+  const auto is_loopback = [](in_addr_t address) {
+    return address == INADDR_ANY || ntohl(address) >> IN_CLASSA_NSHIFT == kLoopbackNet;
+  };
+  if (!IsIpv6()) {
+    return is_loopback(reinterpret_cast<const sockaddr_in&>(storage).sin_addr.s_addr);
+  }
+  const in6_addr& address = reinterpret_cast<const sockaddr_in6&>(storage).sin6_addr;
+  in_addr_t mapped = 0;
+  std::memcpy(&mapped, &address.s6_addr[12], sizeof(mapped));
+  return IN6_IS_ADDR_LOOPBACK(&address) || IN6_IS_ADDR_UNSPECIFIED(&address) ||
+         (IN6_IS_ADDR_V4MAPPED(&address) && is_loopback(mapped));
+}
+
 bool SocketAddress::IsSameHost(const SocketAddress& other) const {
   if (storage.ss_family != other.storage.ss_family) {
     return false;

@@ -22,6 +22,8 @@ struct SocketAddress {
 
   const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&storage); }
   bool IsIpv6() const { return storage.ss_family == AF_INET6; }
+  /// Whether it leads to this machine itself, as the unspecified address does, too.
+  bool IsLoopback() const;
   /// The same host at another port.
   SocketAddress WithPort(uint16_t port) const;
   /// The same host, whatever the ports.

@@ -168,6 +168,14 @@ void WriteText(const std::string& text, std::string& written) {
   written += '"';
 }
 
+bool IsPrintersPort(const Location& printer, uint16_t port) {
+  return port == printer.ipp_port || port == kHttpPort || port == kHttpsPort || port == kIppPort;
+}
+
+bool IsOwnMachine(const std::vector<SocketAddress>& addresses) {
+  return std::ranges::any_of(addresses, &SocketAddress::IsLoopback);
+}
+
 /// Where the file is to be fetched from, when it may be.
 DWORD FindHost(const Location& printer,
                const Settings& settings,
@@ -187,8 +195,10 @@ DWORD FindHost(const Location& printer,
   if (is_printer) {
     return ERROR_SUCCESS;
   }
+  const bool is_lured_home = IsOwnMachine(named) && !IsOwnMachine(addresses);
+  const bool has_query = uri.path.find('?') != std::string::npos;
   addresses = named;
-  return settings.follow_other_hosts ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+  return settings.follow_other_hosts && !is_lured_home && !has_query ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 DWORD Fetch(const Location& printer, const Settings& settings, const Uri& uri, std::string& content) {
@@ -196,6 +206,9 @@ DWORD Fetch(const Location& printer, const Settings& settings, const Uri& uri, s
   std::vector<SocketAddress> addresses;
   if (const DWORD code = FindHost(printer, settings, uri, deadline, addresses)) {
     return code;
+  }
+  if (IsOwnMachine(addresses) && uri.port != printer.ipp_port) {
+    return ERROR_ACCESS_DENIED;
   }
   Connection connection;
   if (const DWORD code = connection.Open(addresses, deadline)) {
@@ -250,6 +263,9 @@ DWORD FetchStrings(DeviceAddress& address,
   }
   if (parsed->port == 0) {
     parsed->port = parsed->scheme == "https" ? kHttpsPort : kHttpPort;
+  }
+  if (!IsPrintersPort(address.Where(), parsed->port)) {
+    return ERROR_ACCESS_DENIED;
   }
   if (!address.TheStanding().MayTry(Protocol::kIpp)) {
     return kTimeout;
