@@ -15,6 +15,7 @@ namespace custom_bidi::network {
 // What can go wrong on the way to a device, as Win32 codes (winerror.h, winsock2.h).
 inline constexpr DWORD kNotSupported = 50;         // ERROR_NOT_SUPPORTED
 inline constexpr DWORD kTooLarge = 223;            // ERROR_FILE_TOO_LARGE
+inline constexpr DWORD kStopped = 299;             // ERROR_PARTIAL_COPY: something came, and then no more
 inline constexpr DWORD kConnectionRefused = 1225;  // ERROR_CONNECTION_REFUSED
 inline constexpr DWORD kHostUnreachable = 1232;    // ERROR_HOST_UNREACHABLE
 inline constexpr DWORD kConnectionAborted = 1236;  // ERROR_CONNECTION_ABORTED
@@ -50,6 +51,28 @@ class Deadline {
 
 enum class Protocol { kIpp, kSnmp, kTls };
 inline constexpr size_t kProtocolCount = 3;
+
+/// How long one attempt at an exchange may take. A device that is slow to answer has all the time that there
+/// is; one that has begun to answer, and then pauses, is worth a second attempt while there is time for it.
+class Patience {
+ public:
+  /// For the only attempt, or the last.
+  Patience(Deadline end)
+      : pause_end_(end), end_(end) {}  // NOLINT(google-explicit-constructor): a deadline is one
+  /// For the first of two: a pause that lasts until `pause_end` ends it.
+  Patience(Deadline pause_end, Deadline end) : pause_end_(pause_end), end_(end) {}
+
+  Deadline End() const { return end_; }
+
+  /// Until when to wait for the next bytes. A pause that has only just begun by the end of pauses is none.
+  Deadline UntilNext(bool has_begun) const {
+    return has_begun && pause_end_.RemainingMs() > end_.RemainingMs() / 8 ? pause_end_ : end_;
+  }
+
+ private:
+  Deadline pause_end_;
+  Deadline end_;
+};
 
 /// What is known of a device so far within one call, so that a device that is not there costs one deadline
 /// and not one for each question: a protocol that met with silence is not tried again, and while nothing at

@@ -42,7 +42,8 @@ class Device {
   /// The items that are going to be read. What was said before is forgotten.
   void Describe(DataMap map);
 
-  /// An item of the map, or "DeviceID"; kElementNotFound when the device has none.
+  /// An item of the map, or "DeviceID"; kElementNotFound when the device has none, and the code of what went
+  /// wrong when it could not say so.
   HRESULT ReadItem(WStringView name, VARIANT* value);
 
   /// For the OID provider.
@@ -77,6 +78,7 @@ void Device::Describe(DataMap map) {
   const support::Locked locked(lock_);
   map_ = std::move(map);
   asked_ = false;
+  code_ = ERROR_SUCCESS;
   speaks_ipp_ = !AttributesOf(map_).empty();
   answers_.emplace_back();
   oids_.Describe(OidsOf(map_));
@@ -86,7 +88,7 @@ HRESULT Device::ReadItem(WStringView name, VARIANT* value) {
   const support::Locked locked(lock_);
   const support::Value* const found = FindItem(name);
   if (found == nullptr) {
-    return support::kElementNotFound;
+    return code_ == ERROR_SUCCESS ? support::kElementNotFound : support::ResultFromWin32(code_);
   }
   found->CopyTo(value);
   return S_OK;
@@ -157,7 +159,8 @@ DWORD Device::ReadStrings(WStringView language, WString& text) {
 DWORD Device::FindStringsUri(const std::string& language, std::string& uri) {
   AskForAttributes();
   uri = strings_uri_;
-  if (code_ != ERROR_SUCCESS || language == language_) {
+  // A printer that stopped amid all that it was asked for may well say this one thing.
+  if (code_ != kStopped && (code_ != ERROR_SUCCESS || language == language_)) {
     return code_;
   }
   const std::array<std::string, 1> names = {kStringsUriAttribute};

@@ -116,6 +116,7 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
     TcpHandler handler;
     DWORD code;
     const char* scheme = "ipp";
+    const char* failure = "";
   };
   const std::string good = Ipp(0, 1);
   const std::vector<Misbehaviour> cases = {
@@ -139,10 +140,17 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
       {"closes", CloseAtOnce(), kConnectionAborted},
       {"silent in the handshake", StaySilent(), kTimeout, "ipps"},
       {"plain in the handshake", Reply("HTTP/1.1 400 Bad Request\r\n\r\n"), kBadAnswer, "ipps"},
-      {"drips", Drip(Http(good), milliseconds(50)), kTimeout},
+      {"drips", Drip(Http(good), milliseconds(50)), kStopped, "ipp", nullptr},
+      {"stops", Stall(Http(good).substr(0, Http(good).size() - 3)), kStopped, "ipp",
+       "stopped after 25 of 28 bytes"},
+      {"stops before the end", Stall("HTTP/1.0 200 OK\r\n\r\n" + good), kStopped, "ipp",
+       "stopped after 28 of unknown bytes"},
+      {"stops in the header", Stall("HTTP/1.1 200 OK\r\nCon"), kStopped, "ipp",
+       "stopped after 20 of unknown bytes"},
+      {"stops in the handshake", Stall("\x16\x03\x03"), kStopped, "ipps", "stopped after 3 of unknown bytes"},
       {"floods the header", Flood("HTTP/1.1 200 OK\r\n", "X: y\r\n"), kBadAnswer},
       {"floods one line", Flood("HTTP/1.1 200 OK\r\nX: ", std::string(4096, 'y')), kBadAnswer},
-      {"floods announcements", Flood("", "HTTP/1.1 100 Continue\r\n\r\n"), kTimeout},
+      {"floods announcements", Flood("", "HTTP/1.1 100 Continue\r\n\r\n"), kStopped, "ipp", nullptr},
       {"floods the body", Flood("HTTP/1.1 200 OK\r\n\r\n", std::string(4096, 'y')), kTooLarge},
       {"announces 100 MB", Reply("HTTP/1.1 200 OK\r\nContent-Length: 100000000\r\n\r\n"), kTooLarge},
       {"a chunk of 100 MB", Reply("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5F5E100\r\n"),
@@ -166,12 +174,53 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
   AtOnce(cases, [](const Misbehaviour& row) {
     const TcpPeer peer(row.handler);
     IppAnswer answer;
-    const milliseconds deadline = row.code == kTimeout ? kDeadline : kPatience;
+    const milliseconds deadline = row.code == kTimeout || row.code == kStopped ? kDeadline : kPatience;
     EXPECT_EQ(Ask(Local(peer.Port(), row.scheme), {"printer-name"}, answer, deadline), row.code);
     if (row.code == ERROR_SUCCESS) {
       EXPECT_EQ(Shown(answer, "printer-name"), "P");
     }
+    EXPECT_TRUE(row.failure == nullptr || row.failure == answer.failure) << answer.failure;
   });
+}
+
+TEST(IppClient, WhoStopsAmidAnAnswerIsAskedOnceMore) {
+  const std::string good = Http(Ipp(0, 1));
+  const TcpHandler stop = Stall(good.substr(0, good.size() / 2));
+  const IppPrinter real;
+  const struct {
+    const char* name;
+    TcpHandler handler;
+    DWORD code;
+    int connections;
+    const char* scheme = "ipp";
+  } kCases[] = {{"stops once", FirstOnes(1, stop, Reply(good)), ERROR_SUCCESS, 2},
+                {"stops twice", FirstOnes(2, stop, Reply(good)), kStopped, 2},
+                {"in the handshake", FirstOnes(1, Stall("\x16\x03\x03"), PassOnInTurn(real.Port())),
+                 ERROR_SUCCESS, 2, "ipps"},
+                {"silent", FirstOnes(1, StaySilent(), Reply(good)), kTimeout, 1},
+                // Who is only slow has all the time there is.
+                {"slow to begin",
+                 [&](auto& client) {
+                   std::this_thread::sleep_for(milliseconds(1800));
+                   Reply(good)(client);
+                 },
+                 ERROR_SUCCESS, 1},
+                {"slow all along", Drip(good, milliseconds(1800) / good.size()), ERROR_SUCCESS, 1}};
+  AtOnce(kCases, [](const auto& row) {
+    const TcpPeer peer(row.handler);
+    TestAddress address(Local(peer.Port(), row.scheme));
+    const std::vector<std::string> names = {"printer-name"};
+    IppAnswer answer;
+    const Settings settings{.deadline = milliseconds(3000)};
+    EXPECT_EQ(GetPrinterAttributes(address, settings, names, "en", answer), row.code);
+    EXPECT_EQ(peer.Connections(), row.connections);
+    EXPECT_EQ(address.TheStanding().MayTry(Protocol::kSnmp), row.code != kTimeout);
+  });
+  const TcpPeer peer(FirstOnes(1, stop, Reply(good)));
+  TestAddress address(Local(peer.Port()));
+  std::string strings;
+  EXPECT_EQ(FetchStrings(address, {}, "http://127.0.0.1:" + std::to_string(peer.Port()), strings),
+            DWORD{ERROR_SUCCESS});
 }
 
 TEST(Waiting, EndsWhateverTheSystemSays) {

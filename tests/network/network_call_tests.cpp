@@ -129,6 +129,29 @@ TEST_F(NetworkCallTest, ItemsComeFromSnmpWhereIppHasNone) {
   EXPECT_EQ(relay.Datagrams(), 1);
 }
 
+TEST_F(NetworkCallTest, APrinterThatStopsAmidItsAnswersIsNotSilent) {
+  const IppPrinter real({.strings = PeerFile("good.strings")});
+  const SnmpAgent agent;
+  WriteSettings("\"deadline_ms\": 1000, " + SnmpPort(agent.Port()));
+  host.Write("vexmoixodatamap.xml", R"(<DataMap><IPPDataMap>
+    <DataItem Name="Model" ipp="printer-make-and-model"/>
+    <DataItem Name="Status" oid="1.3.6.1.2.1.25.3.5.1.1.1"/></IPPDataMap></DataMap>)");
+  const TcpPeer once(FirstOnes(1, Stall("HTTP/1.1 200 OK\r\n"), PassOnInTurn(real.Port())));
+  UsePort(Local(once.Port()));
+  EXPECT_EQ(ItemOf(Bidi().text.value_or(""), "Model"), "Vexmo VX 400");
+
+  const TcpPeer twice(FirstOnes(2, Stall("HTTP/1.1 200 OK\r\n"), PassOnInTurn(real.Port())));
+  UsePort(Local(twice.Port()));
+  const std::string json = Bidi({.queue = kQueue, .cid = "VX"}).text.value_or("");
+  EXPECT_EQ(ItemOf(json, "Model") + ItemOf(json, "Status"), std::string(kMissing) + "3");
+  EXPECT_NE(ItemOf(json, "vexmo-print-quality-supported.com.vexmo.display-string.21"), kMissing);
+  EXPECT_EQ(twice.Connections(), 4) << "two for the items, one for where the strings are, one for these";
+
+  const TcpPeer handshake(FirstOnes(1, Stall("\x16\x03\x03"), PassOnInTurn(real.Port())));
+  UsePort(Local(handshake.Port(), "ipps"));
+  EXPECT_TRUE(Read());
+}
+
 TEST_F(NetworkCallTest, AStatusIsOneRequestAndOneAnswer) {
   const SnmpAgent agent({.device_status = "5", .printer_status = "1", .error_state = "0x40af"});
   const UdpPeer relay(UdpPeer::PassOn(agent.Port()));

@@ -149,7 +149,7 @@ TEST(Certificate, DevicesWithoutOneCostAtMostTheDeadline) {
       {"refused, then silent", nullptr, StaySilent(), kTimeout},
       {"closes", CloseAtOnce(), nullptr, kConnectionAborted},
       {"speaks HTTP", Reply("HTTP/1.1 400 Bad Request\r\n\r\n"), nullptr, kBadAnswer},
-      {"drips", Drip(record, milliseconds(20)), nullptr, kTimeout, "ipps"}};
+      {"drips", Drip(record, milliseconds(20)), nullptr, kStopped, "ipps"}};
   AtOnce(devices, [](const Device& row) {
     const ClosedPort closed;
     const TcpPeer first(row.first);
@@ -176,7 +176,8 @@ TEST(Certificate, DevicesWithoutOneCostAtMostTheDeadline) {
 
 TEST(Certificate, ComesFromTheOtherPortWhenTheFirstSpeaksNoTls) {
   const IppPrinter printer;
-  for (const TcpHandler& handler : {StaySilent(), CloseAtOnce(), Reply("HTTP/1.1 400 Bad Request\r\n\r\n")}) {
+  for (const TcpHandler& handler :
+       {StaySilent(), CloseAtOnce(), Stall("\x16\x03\x03"), Reply("HTTP/1.1 400 Bad Request\r\n\r\n")}) {
     const TcpPeer first(handler);
     TestAddress address(Local(first.Port()));
     const Settings settings{.deadline = milliseconds(3000)};

@@ -150,6 +150,21 @@ TcpHandler Reply(std::string bytes) {
   };
 }
 
+TcpHandler Stall(std::string bytes) {
+  return [bytes = std::move(bytes)](Connection& client) {
+    client.Read();
+    client.Write(bytes);
+    StaySilent()(client);
+  };
+}
+
+TcpHandler FirstOnes(int count, TcpHandler first, TcpHandler then) {
+  auto left = std::make_shared<std::atomic<int>>(count);
+  return [left, first = std::move(first), then = std::move(then)](Connection& client) {
+    ((*left)-- > 0 ? first : then)(client);
+  };
+}
+
 TcpHandler Drip(std::string bytes, milliseconds interval) {
   return [bytes = std::move(bytes), interval](Connection& client) {
     client.Read();

@@ -95,6 +95,10 @@ TcpHandler StaySilent();
 TcpHandler CloseAtOnce();
 // These answer whatever comes first, and close.
 TcpHandler Reply(std::string bytes);
+/// This one falls silent behind them instead.
+TcpHandler Stall(std::string bytes);
+/// `first` has so many connections, and `then` all that follow.
+TcpHandler FirstOnes(int count, TcpHandler first, TcpHandler then);
 /// One byte at a time.
 TcpHandler Drip(std::string bytes, std::chrono::milliseconds interval);
 /// `head`, and `block` again and again until the client goes.

@@ -29,7 +29,7 @@ std::vector<BYTE> DerOf(const X509* certificate) {
 /// The moments by which one port has to be connected, and to have carried the handshake through.
 struct Turn {
   Deadline connected;
-  Deadline done;
+  Patience done;
 };
 
 class Prober {
@@ -68,21 +68,24 @@ class Prober {
 
 /// Whether the device may be there nevertheless, and another port of it answer.
 bool IsWorthAnotherPort(DWORD code) {
-  return code == kConnectionRefused || code == kConnectionAborted || code == kTimeout || code == kBadAnswer ||
-         code == ERROR_NOT_FOUND;
+  return code == kConnectionRefused || code == kConnectionAborted || code == kTimeout || code == kStopped ||
+         code == kBadAnswer || code == ERROR_NOT_FOUND;
 }
 
 DWORD TryPorts(DeviceAddress& address, const Prober& prober, Deadline deadline, uint16_t https_port) {
   const Location& where = address.Where();
   Standing& standing = address.TheStanding();
   const bool has_other = where.ipp_port != https_port;
-  const Deadline half = has_other ? deadline.Halfway() : deadline;
-  const DWORD first = prober.Try(where.ipp_port, {half, where.ipp_tls ? deadline : half});
-  if (!has_other || !IsWorthAnotherPort(first)) {
+  const Deadline half = deadline.Halfway();
+  const bool has_tls = where.ipp_tls || !has_other;
+  const Patience done = has_tls ? Patience(half, deadline) : Patience(half);
+  const DWORD first = prober.Try(where.ipp_port, {has_other ? half : deadline, done});
+  const bool is_worth_the_same = has_tls && first == kStopped;
+  if (!is_worth_the_same && !(has_other && IsWorthAnotherPort(first))) {
     standing.Note(Protocol::kTls, first);
     return first;
   }
-  const DWORD second = prober.Try(https_port, {deadline, deadline});
+  const DWORD second = prober.Try(is_worth_the_same ? where.ipp_port : https_port, {deadline, deadline});
   if (second != ERROR_SUCCESS) {
     standing.Note(Protocol::kTls, first);
   }

@@ -164,11 +164,6 @@ class Attempts {
   DWORD code_ = kHostUnreachable;
 };
 
-DWORD WaitFor(int fd, short events, Deadline deadline) {
-  pollfd entry{.fd = fd, .events = events, .revents = 0};
-  return WaitForAny({&entry, 1}, deadline);
-}
-
 bool IsAddress(const std::string& host) {
   std::array<unsigned char, sizeof(in6_addr)> address{};
   return inet_pton(AF_INET, host.c_str(), address.data()) == 1 || host.find(':') != std::string::npos;
@@ -308,7 +303,7 @@ DWORD Connection::Step(Operation&& operation, Deadline deadline, int& result) {
   return code;
 }
 
-DWORD Connection::StartTls(SSL_CTX* context, const std::string& host, Deadline deadline) {
+DWORD Connection::StartTls(SSL_CTX* context, const std::string& host, const Patience& patience) {
   tls_.reset(SSL_new(context));
   BIO* const from_socket = BIO_new(BIO_s_mem());
   BIO* const to_socket = BIO_new(BIO_s_mem());
@@ -326,6 +321,7 @@ DWORD Connection::StartTls(SSL_CTX* context, const std::string& host, Deadline d
   int result = 0;
   DWORD code = ERROR_SUCCESS;
   while (result != 1 && code == ERROR_SUCCESS) {
+    const Deadline deadline = patience.UntilNext(received_bytes_ > 0);
     code = Step([this] { return SSL_connect(tls_.get()); }, deadline, result);
   }
   return code;
@@ -394,16 +390,22 @@ DWORD Connection::Read(std::span<BYTE> bytes, size_t& length, Deadline deadline)
   }
 }
 
+DWORD Connection::Wait(short events, Deadline deadline) const {
+  pollfd file{.fd = socket_, .events = events, .revents = 0};
+  const DWORD code = WaitForAny({&file, 1}, deadline);
+  return code == kTimeout ? TimeoutCode() : code;
+}
+
 DWORD Connection::WriteSocket(std::span<const BYTE> bytes, Deadline deadline) {
   while (!bytes.empty()) {
     if (deadline.IsOver()) {
-      return kTimeout;
+      return TimeoutCode();
     }
     const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       bytes = bytes.subspan(static_cast<size_t>(sent));
     } else if (errno == EAGAIN) {
-      if (const DWORD code = WaitFor(socket_, POLLOUT, deadline)) {
+      if (const DWORD code = Wait(POLLOUT, deadline)) {
         return code;
       }
     } else if (errno != EINTR) {
@@ -417,15 +419,16 @@ DWORD Connection::ReadSocket(std::span<BYTE> bytes, size_t& length, Deadline dea
   for (;;) {
     // A device that never stops sending is not to outlast the deadline either.
     if (deadline.IsOver()) {
-      return kTimeout;
+      return TimeoutCode();
     }
     const ssize_t received = recv(socket_, bytes.data(), bytes.size(), 0);
     if (received >= 0) {
       length = static_cast<size_t>(received);
+      received_bytes_ += length;
       return ERROR_SUCCESS;
     }
     if (errno == EAGAIN) {
-      if (const DWORD code = WaitFor(socket_, POLLIN, deadline)) {
+      if (const DWORD code = Wait(POLLIN, deadline)) {
         return code;
       }
     } else if (errno != EINTR) {

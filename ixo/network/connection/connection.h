@@ -57,7 +57,8 @@ using TlsSession = std::unique_ptr<SSL, FreeTls>;
 TlsContext MakeTlsContext();
 
 /// A TCP connection to a device, with TLS or without. No operation lasts beyond its deadline, whatever the
-/// device does, and none raises a signal. All return 0 or a code of exchange.h.
+/// device does, and none raises a signal. All return 0 or a code of exchange.h: at the deadline kTimeout when
+/// the device has not said anything, and kStopped when it has.
 class Connection {
  public:
   Connection() = default;
@@ -70,7 +71,7 @@ class Connection {
 
   /// Begins TLS. `host` is the name that the device is told (RFC 6066, section 3), unless it is an address.
   /// kBadAnswer when the device speaks something else or the handshake fails.
-  DWORD StartTls(SSL_CTX* context, const std::string& host, Deadline deadline);
+  DWORD StartTls(SSL_CTX* context, const std::string& host, const Patience& patience);
 
   /// The session after StartTls, also after one that failed; null before.
   SSL* Tls() const { return tls_.get(); }
@@ -80,7 +81,12 @@ class Connection {
   /// Waits for some bytes; `length` receives how many there are, 0 when the device has closed.
   DWORD Read(std::span<BYTE> bytes, size_t& length, Deadline deadline);
 
+  /// What the device has sent so far, with all that belongs to TLS.
+  size_t ReceivedBytes() const { return received_bytes_; }
+
  private:
+  DWORD Wait(short events, Deadline deadline) const;
+  DWORD TimeoutCode() const { return received_bytes_ > 0 ? kStopped : kTimeout; }
   DWORD WriteSocket(std::span<const BYTE> bytes, Deadline deadline);
   DWORD ReadSocket(std::span<BYTE> bytes, size_t& length, Deadline deadline);
   template <class Operation>
@@ -88,6 +94,7 @@ class Connection {
   DWORD MoveTlsBytes(int result, Deadline deadline);
 
   int socket_ = -1;
+  size_t received_bytes_ = 0;
   TlsSession tls_;
 };
 

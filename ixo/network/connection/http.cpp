@@ -31,7 +31,9 @@ std::vector<BYTE> RequestBytes(const HttpRequest& request) {
 /// What comes from the device, by lines and by bytes.
 class Reader {
  public:
-  Reader(Connection& connection, Deadline deadline) : connection_(connection), deadline_(deadline) {}
+  Reader(Connection& connection, const Patience& patience) : connection_(connection), patience_(patience) {}
+
+  size_t ReceivedBytes() const { return received_bytes_; }
 
   /// Without its line end; kBadAnswer when it is too long.
   DWORD ReadLine(std::string& line) {
@@ -95,16 +97,19 @@ class Reader {
  private:
   DWORD Fill() {
     begin_ = 0;
-    if (const DWORD code = connection_.Read(buffer_, end_, deadline_)) {
+    const Deadline deadline = patience_.UntilNext(received_bytes_ > 0);
+    if (const DWORD code = connection_.Read(buffer_, end_, deadline)) {
       end_ = 0;
       return code;
     }
+    received_bytes_ += end_;
     closed_ = end_ == 0;
     return closed_ ? kConnectionAborted : DWORD{ERROR_SUCCESS};
   }
 
   Connection& connection_;
-  const Deadline deadline_;
+  const Patience patience_;
+  size_t received_bytes_ = 0;
   std::array<BYTE, 16384> buffer_{};
   size_t begin_ = 0;
   size_t end_ = 0;
@@ -217,31 +222,43 @@ DWORD ReadChunks(Reader& reader, size_t max_bytes, std::vector<BYTE>& body) {
   }
 }
 
+DWORD ReadBody(Reader& reader, const Framing& framing, size_t max_bytes, std::vector<BYTE>& body) {
+  if (framing.chunked) {
+    return ReadChunks(reader, max_bytes, body);
+  }
+  if (!framing.length) {
+    return reader.ReadRest(max_bytes, body);
+  }
+  return *framing.length > max_bytes ? kTooLarge : reader.ReadBytes(*framing.length, body);
+}
+
 }  // namespace
+
+std::string StoppedAfter(size_t received_bytes, std::optional<size_t> all_bytes) {
+  return "stopped after " + std::to_string(received_bytes) + " of " +
+         (all_bytes ? std::to_string(*all_bytes) : "unknown") + " bytes";
+}
 
 DWORD ExchangeHttp(Connection& connection,
                    const HttpRequest& request,
                    size_t max_bytes,
-                   Deadline deadline,
+                   const Patience& patience,
                    HttpAnswer& answer) {
   answer = {};
   // A device may answer before it has read everything, and close: its answer counts.
-  const DWORD write_code = connection.Write(RequestBytes(request), deadline);
+  const DWORD write_code = connection.Write(RequestBytes(request), patience.End());
   if (write_code != ERROR_SUCCESS && write_code != kConnectionAborted) {
     return write_code;
   }
-  Reader reader(connection, deadline);
+  Reader reader(connection, patience);
   Framing framing;
   if (const DWORD code = ReadHead(reader, answer.status, framing)) {
+    answer.failure = code == kStopped ? StoppedAfter(reader.ReceivedBytes()) : "";
     return code;
   }
-  if (framing.chunked) {
-    return ReadChunks(reader, max_bytes, answer.body);
-  }
-  if (!framing.length) {
-    return reader.ReadRest(max_bytes, answer.body);
-  }
-  return *framing.length > max_bytes ? kTooLarge : reader.ReadBytes(*framing.length, answer.body);
+  const DWORD code = ReadBody(reader, framing, max_bytes, answer.body);
+  answer.failure = code == kStopped ? StoppedAfter(answer.body.size(), framing.length) : "";
+  return code;
 }
 
 }  // namespace custom_bidi::network

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,14 +22,19 @@ struct HttpRequest {
 struct HttpAnswer {
   int status = 0;  // RFC 9110, section 15
   std::vector<BYTE> body;
+  std::string failure = {};  // why there is no more of it, in words; empty where the code says it all
 };
 
+/// "stopped after 12 of 400 bytes", or "of unknown bytes".
+std::string StoppedAfter(size_t received_bytes, std::optional<size_t> all_bytes = std::nullopt);
+
 /// Sends the request and reads the whole answer. kBadAnswer for what is no HTTP, kTooLarge for a body of more
-/// than `max_bytes`, kConnectionAborted when the device closes too early. Redirections are not followed.
+/// than `max_bytes`, kConnectionAborted when the device closes too early, kStopped when it falls silent amid
+/// the answer. Redirections are not followed.
 DWORD ExchangeHttp(Connection& connection,
                    const HttpRequest& request,
                    size_t max_bytes,
-                   Deadline deadline,
+                   const Patience& patience,
                    HttpAnswer& answer);
 
 }  // namespace custom_bidi::network

@@ -22,15 +22,16 @@ DWORD Post(const Location& where,
            bool with_tls,
            std::vector<BYTE> body,
            size_t max_bytes,
-           Deadline deadline,
+           const Patience& patience,
            HttpAnswer& answer) {
   Connection connection;
-  if (const DWORD code = Connect(where.host, where.ipp_port, deadline, connection)) {
+  if (const DWORD code = Connect(where.host, where.ipp_port, patience.End(), connection)) {
     return code;
   }
   if (with_tls) {
     const TlsContext context = MakeTlsContext();
-    if (const DWORD code = connection.StartTls(context.get(), where.host, deadline)) {
+    if (const DWORD code = connection.StartTls(context.get(), where.host, patience)) {
+      answer.failure = code == kStopped ? StoppedAfter(connection.ReceivedBytes()) : "";
       return code;
     }
   }
@@ -39,21 +40,23 @@ DWORD Post(const Location& where,
                             .path = where.ipp_path,
                             .content_type = "application/ipp",
                             .body = std::move(body)};
-  return ExchangeHttp(connection, request, max_bytes, deadline, answer);
+  return ExchangeHttp(connection, request, max_bytes, patience, answer);
 }
 
 /// An answer that is one, whatever it says.
 DWORD Ask(const Location& where,
           const std::vector<BYTE>& request,
           const Settings& settings,
-          Deadline deadline,
+          const Patience& patience,
           IppAnswer& answer) {
+  answer = {};
   HttpAnswer http;
-  DWORD code = Post(where, where.ipp_tls, request, settings.max_answer_bytes, deadline, http);
+  DWORD code = Post(where, where.ipp_tls, request, settings.max_answer_bytes, patience, http);
   if (code == ERROR_SUCCESS && http.status == kHttpUpgradeRequired && !where.ipp_tls) {
-    code = Post(where, true, request, settings.max_answer_bytes, deadline, http);
+    code = Post(where, true, request, settings.max_answer_bytes, patience, http);
   }
   if (code != ERROR_SUCCESS) {
+    answer.failure = std::move(http.failure);
     return code;
   }
   std::optional<IppAnswer> decoded = http.status == kHttpOk ? DecodeAnswer(http.body) : std::nullopt;
@@ -74,7 +77,11 @@ DWORD AskInSomeVersion(const Location& where,
   const Deadline deadline(settings.deadline);
   for (const IppVersion version : kVersions) {
     const std::vector<BYTE> request = EncodeAttributesRequest(version, uri, names, language);
-    if (const DWORD code = Ask(where, request, settings, deadline, answer)) {
+    DWORD code = Ask(where, request, settings, {deadline.Halfway(), deadline}, answer);
+    if (code == kStopped && !deadline.IsOver()) {
+      code = Ask(where, request, settings, deadline, answer);
+    }
+    if (code != ERROR_SUCCESS) {
       return code;
     }
     if (answer.status != kVersionNotSupported) {

@@ -65,6 +65,7 @@ struct IppAnswer {
   uint16_t status = 0;  // RFC 8011, appendix B
   /// The attributes of the printer, each with one value or more. Of two with the same name the first counts.
   std::map<std::string, std::vector<IppValue>, std::less<>> attributes = {};
+  std::string failure = {};  // of reading it, in words; empty where the code says it all
 };
 
 /// A Get-Printer-Attributes request (RFC 8011, section 4.2.5). No text is longer than 1023 bytes.

@@ -201,6 +201,31 @@ DWORD FindHost(const Location& printer,
   return settings.follow_other_hosts && !is_lured_home && !has_query ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
+DWORD FetchFrom(const std::vector<SocketAddress>& addresses,
+                const Settings& settings,
+                const Uri& uri,
+                const Patience& patience,
+                std::string& content) {
+  Connection connection;
+  if (const DWORD code = connection.Open(addresses, patience.End())) {
+    return code;
+  }
+  if (uri.scheme == "https") {
+    const TlsContext context = MakeTlsContext();
+    if (const DWORD code = connection.StartTls(context.get(), uri.host, patience)) {
+      return code;
+    }
+  }
+  const HttpRequest request{.host = HostField(uri.host, uri.port), .path = uri.path};
+  HttpAnswer answer;
+  if (const DWORD code = ExchangeHttp(connection, request, settings.max_answer_bytes, patience, answer)) {
+    return code;
+  }
+  constexpr int kHttpOk = 200;
+  content.assign(answer.body.begin(), answer.body.end());
+  return answer.status == kHttpOk ? DWORD{ERROR_SUCCESS} : kBadAnswer;
+}
+
 DWORD Fetch(const Location& printer, const Settings& settings, const Uri& uri, std::string& content) {
   const Deadline deadline(settings.deadline);
   std::vector<SocketAddress> addresses;
@@ -210,24 +235,9 @@ DWORD Fetch(const Location& printer, const Settings& settings, const Uri& uri, s
   if (IsOwnMachine(addresses) && uri.port != printer.ipp_port) {
     return ERROR_ACCESS_DENIED;
   }
-  Connection connection;
-  if (const DWORD code = connection.Open(addresses, deadline)) {
-    return code;
-  }
-  if (uri.scheme == "https") {
-    const TlsContext context = MakeTlsContext();
-    if (const DWORD code = connection.StartTls(context.get(), uri.host, deadline)) {
-      return code;
-    }
-  }
-  const HttpRequest request{.host = HostField(uri.host, uri.port), .path = uri.path};
-  HttpAnswer answer;
-  if (const DWORD code = ExchangeHttp(connection, request, settings.max_answer_bytes, deadline, answer)) {
-    return code;
-  }
-  constexpr int kHttpOk = 200;
-  content.assign(answer.body.begin(), answer.body.end());
-  return answer.status == kHttpOk ? DWORD{ERROR_SUCCESS} : kBadAnswer;
+  const DWORD code = FetchFrom(addresses, settings, uri, {deadline.Halfway(), deadline}, content);
+  return code == kStopped && !deadline.IsOver() ? FetchFrom(addresses, settings, uri, deadline, content)
+                                                : code;
 }
 
 }  // namespace
