@@ -35,7 +35,8 @@ void ReadInteger(const Json& json,
   }
 }
 
-std::string StringFrom(const Json& json, const std::string& where) {
+/// The text itself, of which there is no copy.
+const std::string& StringFrom(const Json& json, const std::string& where) {
   if (!json.is_string()) {
     Fail(where, std::string("a text is expected, not ") + json.type_name());
   }
@@ -46,9 +47,10 @@ std::string StringFrom(const Json& json, const std::string& where) {
   return text;
 }
 
-void ReadString(const Json& json, const char* name, const std::string& where, std::string& value) {
+template <class Text>
+void ReadString(const Json& json, const char* name, const std::string& where, Text& value) {
   if (json.contains(name)) {
-    value = StringFrom(json[name], Member(where, name));
+    value = Text(StringFrom(json[name], Member(where, name)));
   }
 }
 
@@ -153,7 +155,7 @@ void RequireOwnFile(const std::string& path) {
 std::unique_ptr<const Settings> TryReadSettings() {
   std::string path = kFileName;
   try {
-    const std::optional<std::string> text = support::ReadBesideHost(kFileName, path);
+    const std::optional<support::SecureText> text = support::ReadBesideHost(kFileName, path);
     if (!text) {
       return std::make_unique<const Settings>();
     }

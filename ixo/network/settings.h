@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ixo/network/exchange.h"
+#include "ixo/support/secure_text.h"
 
 namespace custom_bidi::network {
 
@@ -17,13 +18,13 @@ struct SnmpSettings {
   uint16_t port = 161;
   /// How often a request is sent again when it is not answered; the deadline is divided among the sendings.
   int retries = 1;
-  std::string community = "public";
+  support::SecureText community = "public";
   /// SNMPv3, always with authentication and privacy (RFC 3414, RFC 3826, RFC 7860).
   std::string user = {};
   std::string authentication = "SHA";  // MD5, SHA, SHA-224, SHA-256, SHA-384, SHA-512
-  std::string authentication_passphrase = {};
+  support::SecureText authentication_passphrase = {};
   std::string privacy = "AES";  // AES, DES
-  std::string privacy_passphrase = {};
+  support::SecureText privacy_passphrase = {};
 };
 
 struct TlsSettings {

@@ -1,12 +1,13 @@
 #include "ixo/support/host_files.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
 #include "ixo/support/host_system.h"
+#include "ixo/support/secure_text.h"
 
 namespace custom_bidi::support {
 namespace {
@@ -20,7 +21,7 @@ constexpr size_t kMaxFileBytes = size_t{16} * 1024 * 1024;
 
 }  // namespace
 
-std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_path) {
+std::optional<SecureText> ReadBesideHost(const char* name, std::string& shown_path) {
   const File file(OpenBesideHost(name, Opening::kRead, shown_path));
   if (!file) {
     if (errno == ENOENT) {
@@ -28,10 +29,12 @@ std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_p
     }
     throw std::runtime_error("the file cannot be opened");
   }
-  std::string content;
-  std::array<char, 16384> block;
+  // Wherever it has been it is wiped, since it may hold secrets; so there is no buffer of the system's, either.
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  std::vector<char, WipingAllocator<char>> content;
+  std::vector<char, WipingAllocator<char>> block(16384);
   while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
-    content.append(block.data(), length);
+    content.insert(content.end(), block.data(), block.data() + length);
     if (content.size() > kMaxFileBytes) {
       throw std::runtime_error("the file is larger than 16 MiB");
     }
@@ -39,7 +42,7 @@ std::optional<std::string> ReadBesideHost(const char* name, std::string& shown_p
   if (std::ferror(file.get())) {
     throw std::runtime_error("the file cannot be read");
   }
-  return content;
+  return SecureText(std::string_view(content.data(), content.size()));
 }
 
 void AppendBesideHost(const char* name, std::string_view text) {

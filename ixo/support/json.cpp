@@ -11,7 +11,42 @@
 namespace custom_bidi::support {
 namespace {
 
-using Parser = nlohmann::json;
+/// What the parser reads. It keeps those of the present token in a vector, for messages: they have a type of
+/// their own, so that its allocator is one that wipes.
+enum class Character : char {};
+
+}  // namespace
+}  // namespace custom_bidi::support
+
+template <>
+struct std::char_traits<custom_bidi::support::Character> {
+  using char_type = custom_bidi::support::Character;
+  using int_type = int;
+  static constexpr int_type eof() { return -1; }
+  static int_type to_int_type(char_type character) { return static_cast<unsigned char>(character); }
+  static char_type to_char_type(int_type number) { return static_cast<char_type>(number); }
+};
+
+template <>
+struct std::allocator<custom_bidi::support::Character> {
+  using value_type = custom_bidi::support::Character;
+  using Wiping = custom_bidi::support::WipingAllocator<std::underlying_type_t<value_type>>;
+
+  static value_type* allocate(size_t count) {
+    return reinterpret_cast<value_type*>(Wiping().allocate(count));
+  }
+  static void deallocate(value_type* values, size_t count) {
+    Wiping().deallocate(reinterpret_cast<std::underlying_type_t<value_type>*>(values), count);
+  }
+  bool operator==(const allocator& /*other*/) const { return true; }
+};
+
+namespace custom_bidi::support {
+namespace {
+
+using WipedString = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
+using Parser = nlohmann::basic_json<std::map, std::vector, WipedString>;
+using Writer = nlohmann::json;
 
 /// Builds the document of what the parser comes upon. Without recursion, as a file may be as deep as it is
 /// long.
@@ -23,16 +58,21 @@ class Builder {
   bool boolean(bool value) { return Add(value); }
   bool number_integer(int64_t value) { return Add(value); }
   bool number_unsigned(uint64_t value) { return Add(value); }
-  bool number_float(double value, const std::string& /*as_written*/) { return Add(value); }
-  bool string(std::string& value) { return Add(std::move(value)); }
+  bool number_float(double value, const auto& /*as_written*/) { return Add(value); }
+  /// The parser keeps a short text within itself, where nothing else wipes it.
+  bool string(WipedString& value) {
+    Add(SecureText(std::string_view(value)));
+    Wipe(value.data(), value.size());
+    return true;
+  }
   bool binary(Parser::binary_t& /*value*/) { return false; }  // not in JSON's text
   bool start_object(size_t /*size*/) { return Open(Json::Object()); }
   bool start_array(size_t /*size*/) { return Open(Json::Array()); }
   bool end_object() { return Close(); }
   bool end_array() { return Close(); }
 
-  bool key(std::string& name) {
-    name_ = std::move(name);
+  bool key(WipedString& name) {
+    name_ = std::string_view(name);
     return true;
   }
 
@@ -73,23 +113,25 @@ class Builder {
   std::string name_;
 };
 
-/// The same as the parser's own, which knows how to write it.
-struct ToParser {
+/// The same as the library's own, which knows how to write it.
+struct ToWriter {
+  Writer operator()(const SecureText& text) const { return static_cast<const std::string&>(text); }
+
   template <class Scalar>
-  Parser operator()(const Scalar& scalar) const {
+  Writer operator()(const Scalar& scalar) const {
     return scalar;
   }
 
-  Parser operator()(const Json::Array& array) const {
-    Parser copy = Parser::array();
+  Writer operator()(const Json::Array& array) const {
+    Writer copy = Writer::array();
     for (const Json& element : array) {
       copy.push_back(std::visit(*this, element.content()));
     }
     return copy;
   }
 
-  Parser operator()(const Json::Object& object) const {
-    Parser copy = Parser::object();
+  Writer operator()(const Json::Object& object) const {
+    Writer copy = Writer::object();
     for (const auto& [name, value] : object) {
       copy[name] = std::visit(*this, value.content());
     }
@@ -129,7 +171,7 @@ const char* Json::type_name() const {
 }
 
 std::string Json::dump() const {
-  return std::visit(ToParser(), content_).dump();
+  return std::visit(ToWriter(), content_).dump();
 }
 
 bool Json::contains(std::string_view name) const {
@@ -138,7 +180,8 @@ bool Json::contains(std::string_view name) const {
 
 Json ParseJson(std::string_view text) {
   Builder builder;
-  Parser::sax_parse(text, &builder);
+  const auto* const begin = reinterpret_cast<const Character*>(text.data());
+  Parser::sax_parse(begin, begin + text.size(), &builder);
   return builder.Take();
 }
 

@@ -12,18 +12,20 @@
 #include <variant>
 #include <vector>
 
+#include "ixo/support/secure_text.h"
 #include "src/platform.h"
 
 namespace custom_bidi::support {
 
-/// A value of a JSON document with all that is in it. Its names are those of a container.
+/// A value of a JSON document with all that is in it, whose texts may be secrets. Its names are those of a
+/// container.
 class Json {
  public:
   using Array = std::vector<Json>;
   /// By name, so that what is wrong is told in the same order, however the file is arranged.
   using Object = std::map<std::string, Json, std::less<>>;
   /// A number without fraction is an int64_t when it is negative, else a uint64_t.
-  using Content = std::variant<std::nullptr_t, bool, int64_t, uint64_t, double, std::string, Array, Object>;
+  using Content = std::variant<std::nullptr_t, bool, int64_t, uint64_t, double, SecureText, Array, Object>;
 
   Json() = default;
   explicit Json(Content content) : content_(std::move(content)) {}
@@ -36,7 +38,7 @@ class Json {
   bool is_boolean() const { return Is<bool>(); }
   bool is_number() const { return is_integer() || Is<double>(); }
   bool is_integer() const { return Is<int64_t>() || Is<uint64_t>(); }
-  bool is_string() const { return Is<std::string>(); }
+  bool is_string() const { return Is<SecureText>(); }
   bool is_array() const { return Is<Array>(); }
   bool is_object() const { return Is<Object>(); }
   /// What it is, for messages: "null", "boolean", "number", "string", "array" or "object".
@@ -48,7 +50,7 @@ class Json {
   const Array& elements() const { return std::get<Array>(content_); }
   const Object& items() const { return std::get<Object>(content_); }
   bool boolean() const { return std::get<bool>(content_); }
-  const std::string& string() const { return std::get<std::string>(content_); }
+  const std::string& string() const { return std::get<SecureText>(content_); }
 
   /// Whether it is an object that has such a member.
   bool contains(std::string_view name) const;
@@ -73,7 +75,8 @@ class DescriptionError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Throws a DescriptionError, with the line and column, for what is no JSON.
+/// Throws a DescriptionError, with the line and column, for what is no JSON. Of a text's values nothing stays
+/// in memory but in the document.
 Json ParseJson(std::string_view text);
 
 /// Throws a DescriptionError "where: what".

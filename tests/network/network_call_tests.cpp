@@ -1,11 +1,15 @@
 // Whole calls, by way of the device libraries for printers on a network, to real servers.
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -326,7 +330,116 @@ TEST_F(ManyCalls, EightThreadsAtOnce) {
   OnThreads(8, [](int i) { CallAll(10, "user " + std::to_string(i)); });
 }
 
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+/// A secret that stands nowhere in this program: neither as it is, nor in the file that is written for a call.
+class Secret {
+ public:
+  /// Each has other characters; some are short enough to be kept within a string.
+  Secret(char seed, size_t size) : seed_(seed), size_(size) {}
+
+  void WriteTo(int file) const {
+    for (size_t i = 0; i < size_; ++i) {
+      const char unit = At(i);
+      ASSERT_EQ(write(file, &unit, 1), 1);
+    }
+  }
+
+  /// How often it stands in the memory that the process can write to.
+  int CountInMemory() const {
+    const Socket memory(open("/proc/self/mem", O_RDONLY | O_CLOEXEC));  // any file
+    std::ifstream maps("/proc/self/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+      unsigned long begin = 0;
+      unsigned long end = 0;
+      char rights[5] = "";
+      sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, rights);
+      std::vector<char> bytes(rights[1] == 'w' ? end - begin : 0);
+      const ssize_t length = pread(memory.Get(), bytes.data(), bytes.size(), static_cast<off_t>(begin));
+      for (size_t at = 0; at + size_ <= static_cast<size_t>(std::max<ssize_t>(length, 0)); ++at) {
+        count += IsAt(&bytes[at]);
+      }
+      std::ranges::fill(bytes, '\0');
+    }
+    return count;
+  }
+
+ private:
+  char At(size_t i) const { return static_cast<char>('a' + (seed_ + i * i * 7 + i) % 26); }
+  bool IsAt(const char* bytes) const {
+    for (size_t i = 0; i < size_; ++i) {
+      if (bytes[i] != At(i)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  char seed_;
+  size_t size_;
+};
+
+/// An agent in a process of its own, that answers a request of version 2c with itself.
+class AgentProcess {
+ public:
+  AgentProcess() : socket_(Socket::Bound(SOCK_DGRAM)), id_(fork()) {
+    while (id_ == 0) {
+      char request[1500];
+      sockaddr_in sender{};
+      socklen_t sender_size = sizeof(sender);
+      auto* const address = reinterpret_cast<sockaddr*>(&sender);
+      const ssize_t size = recvfrom(socket_.Get(), request, sizeof(request), 0, address, &sender_size);
+      request[7 + request[6]] = '\xA2';
+      sendto(socket_.Get(), request, static_cast<size_t>(std::max<ssize_t>(size, 0)), 0, address,
+             sender_size);
+    }
+  }
+  ~AgentProcess() {
+    kill(id_, SIGKILL);
+    waitpid(id_, nullptr, 0);
+  }
+  AgentProcess(const AgentProcess&) = delete;
+  AgentProcess& operator=(const AgentProcess&) = delete;
+
+  uint16_t Port() const { return socket_.Port(); }
+
+ private:
+  Socket socket_;
+  pid_t id_;
+};
+
+TEST_F(NetworkCallTest, NoSecretStaysInMemory) {
+  const AgentProcess agent;
+  const Secret secrets[] = {{'a', 12}, {'c', 40}, {'k', 24}, {'q', 14}};
+  const auto call = [&](const std::string& version,
+                        const std::vector<std::pair<std::string, const Secret*>>& members) {
+    {
+      const Socket file(
+          open((HostFolder::Path() / "network.json").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600));
+      fchmod(file.Get(), 0600);
+      dprintf(file.Get(), R"({"deadline_ms": 300, "snmp": {"version": "%s", "user": "jdoe", "port": %d)",
+              version.c_str(), agent.Port());
+      for (const auto& [name, secret] : members) {
+        dprintf(file.Get(), ", \"%s\": \"", name.c_str());
+        secret->WriteTo(file.Get());
+        dprintf(file.Get(), "\"");
+      }
+      dprintf(file.Get(), "}}");
+    }
+    ::testing::internal::CaptureStderr();
+    Status("127.0.0.1");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "") << "the file is taken";
+    for (const auto& [name, secret] : members) {
+      EXPECT_EQ(secret->CountInMemory(), 0) << name;
+    }
+  };
+  for (const char* version : {"2c", "auto"}) {
+    call(version, {{"community", &secrets[0]}});
+    call(version, {{"community", &secrets[1]}});
+  }
+  call("3", {{"authentication_passphrase", &secrets[2]}, {"privacy_passphrase", &secrets[3]}});
+}
+
 /// What the process has: bytes allocated, pages of memory, and open files.
 std::array<long, 3> Holdings() {
   long pages = 0;

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <new>
 #include <numeric>
 
@@ -165,6 +166,92 @@ long NetSnmpVersion(SnmpSettings::Version version) {
   }
 }
 
+/// net-snmp leaves a community in each request, packet and buffer that it gives back. So it never gets one: it
+/// is told zeros of the same length, in whose place the community stands only on the way.
+struct Wire {
+  const support::SecureText& community;
+  decltype(netsnmp_transport::f_send) send;
+  decltype(netsnmp_transport::f_recv) receive;
+};
+
+/// Of all sessions that have a community, by their transports. Open to whoever has net-snmp.
+std::map<const netsnmp_transport*, Wire> g_wires;
+
+/// The community in a message of version 1 or 2c (RFC 1157, section 4): the second field of a sequence. Empty
+/// for what is no such message.
+std::span<u_char> CommunityIn(std::span<u_char> message) {
+  size_t at = 0;
+  // The length of what has this type, behind whose header `at` stands then.
+  const auto take = [&](u_char type) -> std::optional<size_t> {
+    if (message.size() - at < 2 || message[at] != type) {
+      return std::nullopt;
+    }
+    size_t length = message[at + 1];
+    at += 2;
+    if (length >= 0x80) {
+      size_t count = length - 0x80;
+      for (length = 0; count > 0 && at < message.size(); --count) {
+        length = length << 8 | message[at++];
+      }
+    }
+    return length <= message.size() - at ? std::optional(length) : std::nullopt;
+  };
+  if (!take(ASN_SEQUENCE | ASN_CONSTRUCTOR)) {
+    return {};
+  }
+  const std::optional<size_t> version_bytes = take(ASN_INTEGER);
+  at += version_bytes.value_or(0);
+  const std::optional<size_t> community_bytes = version_bytes ? take(ASN_OCTET_STR) : std::nullopt;
+  return message.subspan(at, community_bytes.value_or(0));
+}
+
+int SendOnWire(netsnmp_transport* transport,
+               const void* bytes,
+               int length,
+               void** opaque,
+               int* opaque_length) noexcept {
+  try {
+    const Wire& wire = g_wires.at(transport);
+    const auto* const from = static_cast<const u_char*>(bytes);
+    std::vector<u_char, support::WipingAllocator<u_char>> message(from, from + length);
+    const std::span<u_char> place = CommunityIn(message);
+    if (place.size() == wire.community.size()) {
+      std::ranges::copy(wire.community, place.begin());
+    }
+    return wire.send(transport, message.data(), length, opaque, opaque_length);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return -1;
+  }
+}
+
+/// An answer has the community, too.
+int ReceiveFromWire(netsnmp_transport* transport,
+                    void* bytes,
+                    int capacity,
+                    void** opaque,
+                    int* opaque_length) noexcept {
+  const int length = g_wires.at(transport).receive(transport, bytes, capacity, opaque, opaque_length);
+  if (length > 0) {
+    std::ranges::fill(CommunityIn({static_cast<u_char*>(bytes), static_cast<size_t>(length)}), u_char{0});
+  }
+  return length;
+}
+
+void PutOnWire(netsnmp_transport& transport, const support::SecureText& community) {
+  g_wires.try_emplace(&transport, Wire{community, transport.f_send, transport.f_recv});
+  transport.f_send = SendOnWire;
+  transport.f_recv = ReceiveFromWire;
+}
+
+/// A session's description, whose keys are wiped.
+struct SessionSettings : netsnmp_session {
+  SessionSettings() = default;
+  ~SessionSettings() { support::Wipe(this, sizeof(netsnmp_session)); }
+  SessionSettings(const SessionSettings&) = delete;
+  SessionSettings& operator=(const SessionSettings&) = delete;
+};
+
 SnmpAnswer ReadAnswer(const netsnmp_pdu& pdu) {
   SnmpAnswer answer{.is_report = pdu.command != SNMP_MSG_RESPONSE,
                     .error_status = pdu.errstat,
@@ -246,13 +333,13 @@ DWORD SnmpSession::Open(const SocketAddress& address,
                         SnmpSettings::Version version,
                         const SnmpSettings& settings) {
   std::string peer = (address.IsIpv6() ? "udp6:" : "udp:") + address.ToText();
-  std::string community = settings.community;
+  std::string community(settings.community.size(), '\0');
   std::string user = settings.user;
   const SnmpAccess net_snmp;
   if (!net_snmp) {
     return kNotSupported;
   }
-  netsnmp_session wanted;
+  SessionSettings wanted;
   net_snmp->Call<&::snmp_sess_init>(&wanted);
   wanted.version = NetSnmpVersion(version);
   wanted.peername = peer.data();
@@ -275,8 +362,21 @@ DWORD SnmpSession::Open(const SocketAddress& address,
   // Opening clears this, and then net-snmp would look for the engine by itself: in its own time, which is
   // without end when datagrams keep coming.
   net_snmp->Call<&::snmp_sess_session>(session_.get())->flags |= SNMP_FLAGS_DONT_PROBE;
-  socket_ = net_snmp->Call<&::snmp_sess_transport>(session_.get())->sock;
+  netsnmp_transport* const transport = net_snmp->Call<&::snmp_sess_transport>(session_.get());
+  socket_ = transport->sock;
+  if (!needs_engine_) {
+    PutOnWire(*transport, settings.community);
+  }
   return Connect(address);
+}
+
+void SnmpSession::Close::operator()(void* session) const {
+  const SnmpAccess net_snmp;
+  g_wires.erase(net_snmp->Call<&::snmp_sess_transport>(session));
+  netsnmp_session& description = *net_snmp->Call<&::snmp_sess_session>(session);
+  support::Wipe(description.securityAuthKey, sizeof(description.securityAuthKey));
+  support::Wipe(description.securityPrivKey, sizeof(description.securityPrivKey));
+  net_snmp->Call<&::snmp_sess_close>(session);
 }
 
 /// A connected socket takes in only what the agent sends, and learns when nobody has the agent's port.

@@ -51,7 +51,7 @@ class SnmpSession {
   SnmpSession(const SnmpSession&) = delete;
   SnmpSession& operator=(const SnmpSession&) = delete;
 
-  /// Sends nothing yet. `version` is not kAuto.
+  /// Sends nothing yet. `version` is not kAuto; the settings outlive the session.
   DWORD Open(const SocketAddress& address, SnmpSettings::Version version, const SnmpSettings& settings);
 
   /// Asks for the objects. kTimeout when there is no answer to all sendings, whose number the settings tell,
@@ -63,7 +63,7 @@ class SnmpSession {
 
  private:
   struct Close {
-    void operator()(void* session) const { SnmpAccess()->Call<&::snmp_sess_close>(session); }
+    void operator()(void* session) const;
   };
 
   static int TakeEvent(int operation,
