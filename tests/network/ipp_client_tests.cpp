@@ -11,25 +11,17 @@
 #include "ixo/network/snmp/snmp.h"
 #include "tests/network/network_test.h"
 
-namespace {
+/// What poll fails with on this thread, but not for ever, so that who waits without end is seen.
+static thread_local int g_poll_error = 0;
+static thread_local std::chrono::steady_clock::time_point g_poll_fails_until;
 
-/// What poll meets with on this thread. It gives in after a while, so that who waits without end is seen.
-thread_local int g_poll_error = 0;
-thread_local std::chrono::steady_clock::time_point g_poll_fails_until;
-
-}  // namespace
-
-extern "C" {
-int __real_poll(pollfd* files, nfds_t count, int wait_ms);
-int __wrap_poll(pollfd* files, nfds_t count, int wait_ms);
-
-int __wrap_poll(pollfd* files, nfds_t count, int wait_ms) {
+extern "C" int __real_poll(pollfd* files, nfds_t count, int wait_ms);
+extern "C" int __wrap_poll(pollfd* files, nfds_t count, int wait_ms) {
   if (std::chrono::steady_clock::now() >= g_poll_fails_until) {
     return __real_poll(files, count, wait_ms);
   }
   errno = g_poll_error;
   return -1;
-}
 }
 
 namespace custom_bidi::network {
@@ -128,7 +120,7 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
              "\r\n14\r\n" + good.substr(8) + "\r\n0\r\n\r\n"),
        ERROR_SUCCESS},
       {"IPP 1.1 alone",
-       [](Connection& socket) {
+       [](auto& socket) {
          const std::string head("\r\n\r\n\x01\x01\x00\x0B\x00\x00\x00\x01\x01\x47", 14);
          const bool is_old = socket.Read().find(head) != std::string::npos;
          socket.Write(Http(is_old ? Ipp(0, 1) : Ipp(0x0503, 1)));
@@ -141,12 +133,8 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
       {"silent in the handshake", StaySilent(), kTimeout, "ipps"},
       {"plain in the handshake", Reply("HTTP/1.1 400 Bad Request\r\n\r\n"), kBadAnswer, "ipps"},
       {"drips", Drip(Http(good), milliseconds(50)), kStopped, "ipp", nullptr},
-      {"stops", Stall(Http(good).substr(0, Http(good).size() - 3)), kStopped, "ipp",
-       "stopped after 25 of 28 bytes"},
-      {"stops before the end", Stall("HTTP/1.0 200 OK\r\n\r\n" + good), kStopped, "ipp",
-       "stopped after 28 of unknown bytes"},
-      {"stops in the header", Stall("HTTP/1.1 200 OK\r\nCon"), kStopped, "ipp",
-       "stopped after 20 of unknown bytes"},
+      {"stops", Stall(Http(good + "123").substr(0, 98)), kStopped, "ipp", "stopped after 28 of 31 bytes"},
+      {"stops in the header", Stall("HTTP/1.1 "), kStopped, "ipp", "stopped after 9 of unknown bytes"},
       {"stops in the handshake", Stall("\x16\x03\x03"), kStopped, "ipps", "stopped after 3 of unknown bytes"},
       {"floods the header", Flood("HTTP/1.1 200 OK\r\n", "X: y\r\n"), kBadAnswer},
       {"floods one line", Flood("HTTP/1.1 200 OK\r\nX: ", std::string(4096, 'y')), kBadAnswer},
@@ -185,71 +173,50 @@ TEST(IppClient, AMisbehavingPrinterCostsAtMostTheDeadline) {
 
 TEST(IppClient, WhoStopsAmidAnAnswerIsAskedOnceMore) {
   const std::string good = Http(Ipp(0, 1));
-  const TcpHandler stop = Stall(good.substr(0, good.size() / 2));
-  const IppPrinter real;
+  const std::string half = good.substr(0, good.size() / 2);
   const struct {
     const char* name;
     TcpHandler handler;
     DWORD code;
     int connections;
-    const char* scheme = "ipp";
-  } kCases[] = {{"stops once", FirstOnes(1, stop, Reply(good)), ERROR_SUCCESS, 2},
-                {"stops twice", FirstOnes(2, stop, Reply(good)), kStopped, 2},
-                {"in the handshake", FirstOnes(1, Stall("\x16\x03\x03"), PassOnInTurn(real.Port())),
-                 ERROR_SUCCESS, 2, "ipps"},
-                {"silent", FirstOnes(1, StaySilent(), Reply(good)), kTimeout, 1},
-                // Who is only slow has all the time there is.
-                {"slow to begin",
-                 [&](auto& client) {
-                   std::this_thread::sleep_for(milliseconds(1800));
-                   Reply(good)(client);
-                 },
-                 ERROR_SUCCESS, 1},
-                {"slow all along", Drip(good, milliseconds(1800) / good.size()), ERROR_SUCCESS, 1}};
+  } kCases[] = {{"once", Stall(half, 1, Reply(good)), ERROR_SUCCESS, 2},
+                {"twice", Stall(half, 2, Reply(good)), kStopped, 2},
+                {"silent", Stall("", 1, Reply(good)), kTimeout, 1},
+                {"only slow", Drip(good, milliseconds(1800) / good.size()), ERROR_SUCCESS, 1}};
   AtOnce(kCases, [](const auto& row) {
     const TcpPeer peer(row.handler);
-    TestAddress address(Local(peer.Port(), row.scheme));
-    const std::vector<std::string> names = {"printer-name"};
+    TestAddress address(Local(peer.Port()));
     IppAnswer answer;
-    const Settings settings{.deadline = milliseconds(3000)};
-    EXPECT_EQ(GetPrinterAttributes(address, settings, names, "en", answer), row.code);
+    EXPECT_EQ(GetPrinterAttributes(address, {.deadline = milliseconds(3000)}, {}, "en", answer), row.code);
     EXPECT_EQ(peer.Connections(), row.connections);
     EXPECT_EQ(address.TheStanding().MayTry(Protocol::kSnmp), row.code != kTimeout);
   });
-  const TcpPeer peer(FirstOnes(1, stop, Reply(good)));
-  TestAddress address(Local(peer.Port()));
-  std::string strings;
-  EXPECT_EQ(FetchStrings(address, {}, "http://127.0.0.1:" + std::to_string(peer.Port()), strings),
-            DWORD{ERROR_SUCCESS});
 }
 
 TEST(Waiting, EndsWhateverTheSystemSays) {
   const TcpPeer silent(StaySilent());
-  const UdpPeer silent_agent([](const std::string&) { return ""; });
+  const Socket silent_agent = Socket::Bound(SOCK_DGRAM);
   SnmpSettings snmp;
   snmp.port = silent_agent.Port();
+  std::vector<SocketAddress> addresses;
+  Resolve("127.0.0.1", silent.Port(), Deadline(kPatience), addresses);
+  Connection connected;
+  connected.Open(addresses, Deadline(kPatience));
+  std::vector<BYTE> bytes(1);
+  std::vector<std::optional<SnmpValue>> values;
+  const std::vector<std::string> oids = {"1.3.6.1.2.1.1.4.0"};
+  const std::function<DWORD()> kWaits[] = {
+      [&] { return Connection().Open(addresses, Deadline(kDeadline)); },
+      [&, length = size_t{0}]() mutable { return connected.Read(bytes, length, Deadline(kDeadline)); },
+      [&] { return GetObjects("127.0.0.1", snmp, oids, Deadline(kDeadline), values); }};
   for (const auto& [error, code] : {std::pair{EINTR, kTimeout}, std::pair{ENOMEM, kNoResources}}) {
-    std::vector<SocketAddress> addresses;
-    ASSERT_EQ(Resolve("127.0.0.1", silent.Port(), Deadline(kPatience), addresses), DWORD{ERROR_SUCCESS});
-    IppAnswer answer;
-    std::vector<std::optional<SnmpValue>> values;
-    const std::vector<std::string> names = {"1.3.6.1.2.1.1.4.0"};
-    Connection connected;
-    EXPECT_EQ(connected.Open(addresses, Deadline(kPatience)), DWORD{ERROR_SUCCESS});
-    const std::function<DWORD()> kWaits[] = {
-        [&] { return Connection().Open(addresses, Deadline(kDeadline)); },
-        [&] { return Ask(Local(silent.Port()), names, answer, kDeadline); },
-        [&, bytes = std::vector<BYTE>(1), length = size_t{0}]() mutable {
-          return connected.Read(bytes, length, Deadline(kDeadline));
-        },
-        [&] { return GetObjects("127.0.0.1", snmp, names, Deadline(kDeadline), values); }};
     for (const auto& wait : kWaits) {
       g_poll_error = error;
       g_poll_fails_until = std::chrono::steady_clock::now() + kDeadline + kSlack;
       EXPECT_EQ(InTime(wait), code) << "wait " << &wait - kWaits;
-      g_poll_fails_until = {};
     }
   }
+  g_poll_fails_until = {};
 }
 
 TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {
@@ -263,8 +230,7 @@ TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {
     std::string printer, uri;
     DWORD code;
     bool follow_other_hosts = false;
-  } kCases[] = {{one, own + "/en.strings", ERROR_SUCCESS},
-                {one, own + "/strings?language=en", ERROR_SUCCESS},
+  } kCases[] = {{one, own + "/strings?language=en", ERROR_SUCCESS},
                 {one, "http://localhost:" + port + "/en.strings", ERROR_SUCCESS},
                 {one, "http://no-such-name.invalid:" + port + "/en.strings", ERROR_SUCCESS},
                 {one, "http://127.0.0.2:" + port + "/en.strings", ERROR_ACCESS_DENIED},
@@ -273,13 +239,9 @@ TEST(PrinterStrings, OnlyThePrinterItselfIsAsked) {
                 {two, own + "/strings?language=en", ERROR_ACCESS_DENIED, true},
                 {"192.0.2.10:" + port, own + "/en.strings", ERROR_ACCESS_DENIED, true},
                 {"192.0.2.10:" + port, "http://[::ffff:127.0.0.1]:" + port + "/", ERROR_ACCESS_DENIED, true},
-                {"192.0.2.10:" + port, "http://0.0.0.0:" + port + "/", ERROR_ACCESS_DENIED, true},
-                // Services that are no printer's.
                 {"127.0.0.1", own + "/admin?delete=1", ERROR_ACCESS_DENIED},
-                {"127.0.0.2", own + "/en.strings", ERROR_ACCESS_DENIED, true},
                 {"192.0.2.10", "http://192.0.2.10:" + port + "/", ERROR_ACCESS_DENIED},
                 {one, "http://127.0.0.1/en.strings", ERROR_ACCESS_DENIED},
-                {one, "https://localhost/en.strings", ERROR_ACCESS_DENIED},
                 {one, "http://127.0.0.1:631/en.strings", ERROR_ACCESS_DENIED},
                 {one, "https://127.0.0.1:" + port + "/en.strings", kBadAnswer},
                 {one, own + "/a HTTP/1.1\r\nX: y", kBadAnswer},

@@ -150,27 +150,24 @@ TcpHandler Reply(std::string bytes) {
   };
 }
 
-TcpHandler Stall(std::string bytes) {
-  return [bytes = std::move(bytes)](Connection& client) {
-    client.Read();
-    client.Write(bytes);
-    StaySilent()(client);
-  };
-}
-
-TcpHandler FirstOnes(int count, TcpHandler first, TcpHandler then) {
-  auto left = std::make_shared<std::atomic<int>>(count);
-  return [left, first = std::move(first), then = std::move(then)](Connection& client) {
-    ((*left)-- > 0 ? first : then)(client);
-  };
-}
-
 TcpHandler Drip(std::string bytes, milliseconds interval) {
   return [bytes = std::move(bytes), interval](Connection& client) {
     client.Read();
     for (size_t i = 0; i < bytes.size() && client.Write({&bytes[i], 1}); ++i) {
       std::this_thread::sleep_for(interval);
     }
+  };
+}
+
+TcpHandler Stall(std::string part, int connections, TcpHandler then) {
+  auto left = std::make_shared<std::atomic<int>>(connections);
+  return [left, part = std::move(part), then = std::move(then)](Connection& client) {
+    if ((*left)-- <= 0) {
+      return then(client);
+    }
+    client.Read();
+    client.Write(part);
+    StaySilent()(client);
   };
 }
 

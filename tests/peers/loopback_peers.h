@@ -95,12 +95,10 @@ TcpHandler StaySilent();
 TcpHandler CloseAtOnce();
 // These answer whatever comes first, and close.
 TcpHandler Reply(std::string bytes);
-/// This one falls silent behind them instead.
-TcpHandler Stall(std::string bytes);
-/// `first` has so many connections, and `then` all that follow.
-TcpHandler FirstOnes(int count, TcpHandler first, TcpHandler then);
 /// One byte at a time.
 TcpHandler Drip(std::string bytes, std::chrono::milliseconds interval);
+/// So many connections get a part of an answer and then silence, and all that follow are another's.
+TcpHandler Stall(std::string part, int connections = 1000, TcpHandler then = nullptr);
 /// `head`, and `block` again and again until the client goes.
 TcpHandler Flood(std::string head, std::string block);
 /// Passes connections on to a port of 127.0.0.1, one after the other: for a server that stops amid its answers
