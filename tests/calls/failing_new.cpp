@@ -41,6 +41,11 @@ void operator delete(void* block, size_t) noexcept {
   std::free(block);
 }
 
+// Else the address sanitizer's own would take what the one above has allocated for a mismatched pair.
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
+  std::free(block);
+}
+
 namespace custom_bidi_test {
 
 /// From now on the n-th allocation that the program's own code makes on this thread fails, counting from 1; 0
