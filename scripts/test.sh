@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Builds and runs all tests of both lanes: Linux plain, with ASan and UBSan, and with TSan; Windows under Wine.
 #   scripts/test.sh [native|asan|tsan|windows]...     (all without arguments)
+# Beside the tests of what is shipped, natively and for Windows, its libraries are built again elsewhere and compared.
 # Ends with one line "N passed, N failed", over the single tests of every lane.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 2
 
-case "${1:-}" in -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+case "${1:-}" in -h | --help) sed -n '2,5s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 lanes=("$@")
 [ ${#lanes[@]} -gt 0 ] || lanes=(native asan tsan windows)
 
@@ -39,6 +40,18 @@ count_lane() {
   failed=$((failed + bad))
 }
 
+# The second build counts as one test.
+count_second() {
+  if wait "$2"; then
+    passed=$((passed + 1))
+    summary[$1]+=", reproducible"
+  else
+    tail -n 40 "build/$1-again.log"
+    failed=$((failed + 1))
+    summary[$1]+=", NOT reproducible"
+  fi
+}
+
 run_lane() {
   local lane=$1
   echo "== $lane: build"
@@ -52,8 +65,14 @@ run_lane() {
   echo "== $lane: test"
   find "build/$lane" -path '*/gtest-results/*.xml' -delete
   rm -f "build/$lane/ctest.xml"
+  local second=''
+  case $lane in native | windows)
+    nice -n 19 scripts/reproducible.sh --libraries "$lane" >"build/$lane-again.log" 2>&1 &
+    second=$! ;;
+  esac
   GTEST_OUTPUT=xml:gtest-results/ ctest --preset "$lane" --output-junit ctest.xml
   count_lane "$lane" $?
+  [ -z "$second" ] || count_second "$lane" "$second"
 }
 
 for lane in "${lanes[@]}"; do

@@ -1,4 +1,4 @@
-# Checks what the library's file exports and, on Windows, what it needs and how it was linked.
+# Checks how all files that are shipped are hardened, what the library's file exports and, on Windows, what it needs.
 cmake_minimum_required(VERSION 3.25)
 
 set(nine DeleteDeviceCertificate DeletePassword GetBidiResponse GetDeviceCertificate GetPortStatus GetStatusData
@@ -14,6 +14,40 @@ function(expect_equal what found expected)
     message(SEND_ERROR "${what}:\n  found    ${found}\n  expected ${expected}")
   endif()
 endfunction()
+
+# expect_match(file text pattern...)
+function(expect_match file text)
+  foreach(pattern IN LISTS ARGN)
+    if(NOT text MATCHES "${pattern}")
+      message(SEND_ERROR "${file}: no ${pattern}")
+    endif()
+  endforeach()
+endfunction()
+
+# Addresses that nobody can foretell, tables that nobody can overwrite, and functions that look at their own stack.
+function(check_hardening file)
+  if(WINDOWS)
+    run_tool(headers ${OBJDUMP} -p ${file})
+    run_tool(symbols ${NM} ${file})
+    expect_match(${file} "${headers}" HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT)
+  else()
+    run_tool(headers ${READELF} -lhdW ${file})
+    run_tool(symbols ${NM} -D ${file})
+    expect_match(${file} "${headers}" "Type: +DYN " GNU_RELRO "GNU_STACK[^\n]* RW +0x" "BIND_NOW|Flags:[^\n]* NOW")
+  endif()
+  if(HARDENED)
+    expect_match(${file} "${symbols}" __stack_chk_fail)
+  endif()
+endfunction()
+
+foreach(file IN LISTS LIBRARY OTHERS)
+  check_hardening(${file})
+endforeach()
+if(FORTIFIED)
+  run_tool(symbols ${NM} ${LIBRARY} ${OTHERS})
+  string(REPLACE __stack_chk_fail "" symbols "${symbols}")
+  expect_match("all files" "${symbols}" "__[a-z]+_chk")
+endif()
 
 if(NOT WINDOWS)
   run_tool(symbols ${NM} -D --defined-only ${LIBRARY})
@@ -48,9 +82,3 @@ string(REGEX MATCHALL "dll name: [^\n\r]+" rows "${lower}")
 list(TRANSFORM rows REPLACE "dll name: " "")
 list(REMOVE_ITEM rows ${windows_own})
 expect_equal("needed besides Windows' own libraries" "${rows}" "")
-
-foreach(flag IN ITEMS HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT)
-  if(NOT headers MATCHES "${flag}")
-    message(SEND_ERROR "linked without ${flag}")
-  endif()
-endforeach()
