@@ -1,46 +1,35 @@
-// A data-map document, from the file to its item names.
+// A configuration and, behind a byte 0, a data map, through a whole call to libraries that answer from memory.
 
-#include <sys/mman.h>
-#include <unistd.h>
+#include <fstream>
 
-#include <string>
-
-#include "base/files.h"
 #include "fuzz/fuzz_input.h"
+#include "include/custom_bidi.h"
 #include "pal/test_hooks.h"
-#include "src/text.h"
-#include "src/xml/ccixml.h"
+#include "tools/bidictl/platform/queue_store.h"
 
 namespace custom_bidi::fuzz {
 namespace {
 
-void ReadNames(CCIXML& xml) {
-  std::vector<ComPtr<IXMLDOMNode>> nodes;
-  const DWORD code = xml.GetPathedNodeListAsArray(W("//IPPDataMap//DataItem"), nodes);
-  Demand(code == ERROR_SUCCESS, "every document can be asked");
-  for (const ComPtr<IXMLDOMNode>& node : nodes) {
-    WCHAR name[CCIXML::kValueChars + 1] = {};
-    const DWORD name_code = xml.GetAttributeValue(node.Get(), W("Name"), name);
-    Demand(name_code == ERROR_SUCCESS || (name_code == kXmlParseError && *name == 0), "a name or none");
-    Demand(TextLength(name) < CCIXML::kValueChars, "a name is cut to its buffer");
+std::filesystem::path PrepareHost() {
+  if (custom_bidi_tools::ListQueues().empty()) {
+    custom_bidi_tools::AddQueue("Fuzz", "192.0.2.10");
   }
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  {
-    const base::FileDescriptor file(memfd_create("data map", 0));
-    Demand(write(file.Get(), data, size) == static_cast<ssize_t>(size), "a file in memory");
-    const std::string path = "/proc/self/fd/" + std::to_string(file.Get());
-    CCIXML xml;
-    const DWORD code = xml.Load(WString(path.begin(), path.end()).c_str());
-    Demand(code == ERROR_SUCCESS || code == ERROR_INVALID_DATA, "a file loads or does not");
-    Demand(xml.HasDocument() == (code == ERROR_SUCCESS), "there is a document when it loaded");
-    if (xml.HasDocument()) {
-      ReadNames(xml);
-    }
-  }
+  static const std::filesystem::path host = PrepareHost();
+  static std::vector<WCHAR> answer(1 << 20);
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const size_t end = std::min(text.find('\0'), size);
+  std::ofstream(host / "fuzz_whole_call.xml") << text.substr(0, end);
+  std::ofstream(host / "vexmoixodatamap.xml") << text.substr(std::min(end + 1, size));
+  answer[0] = 0;
+  const bool is_answered = GetBidiResponse(answer.data(), W("Fuzz"), nullptr, nullptr, 0) != FALSE;
+  Demand(is_answered == (answer[0] == '{'), "an answer is written when there is one");
+  Demand(!is_answered || WStringView(answer.data()).ends_with(W("\"}")), "an answer is whole");
   Demand(pal::LiveObjects() == 0, "nothing is left open");
   return 0;
 }

@@ -51,12 +51,12 @@ class Prober {
  private:
   DWORD TakeCertificate(SSL* session) const {
     const base::KeptOpenSslErrors kept;
-    const X509* const leaf = SSL_get0_peer_certificate(session);
+    X509* const leaf = SSL_get0_peer_certificate(session);
     presented_.der = leaf != nullptr ? DerOf(leaf) : std::vector<BYTE>();
     if (presented_.der.empty()) {
       return ERROR_NOT_FOUND;
     }
-    presented_.problems = VerifyPresented(store_, session, host_);
+    presented_.problems = VerifyPresented(store_, leaf, SSL_get_peer_cert_chain(session), host_);
     return ERROR_SUCCESS;
   }
 

@@ -194,11 +194,13 @@ DWORD OpenTrustStore(const TlsSettings& settings, TrustStore& store) {
   return AddFiles(store.get(), settings.revocation_lists, "revocation list", AddRevocationList);
 }
 
-VerifyProblems VerifyPresented(X509_STORE* store, SSL* session, const std::string& host) {
+VerifyProblems VerifyPresented(X509_STORE* store,
+                               X509* certificate,
+                               STACK_OF(X509) * chain,
+                               const std::string& host) {
   VerifyProblems problems;
   const std::unique_ptr<X509_STORE_CTX, FreeAll> verification(X509_STORE_CTX_new());
-  if (!verification || X509_STORE_CTX_init(verification.get(), store, SSL_get0_peer_certificate(session),
-                                           SSL_get_peer_cert_chain(session)) != 1) {
+  if (!verification || X509_STORE_CTX_init(verification.get(), store, certificate, chain) != 1) {
     throw std::bad_alloc();
   }
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");

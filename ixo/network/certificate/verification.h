@@ -1,6 +1,5 @@
 #pragma once
 
-#include <openssl/ssl.h>
 #include <openssl/x509.h>
 
 #include <bitset>
@@ -36,8 +35,12 @@ using TrustStore = std::unique_ptr<X509_STORE, FreeTrustStore>;
 /// which is said on stderr. Throws a std::bad_alloc.
 DWORD OpenTrustStore(const TlsSettings& settings, TrustStore& store);
 
-/// All that is wrong with the certificate that a device presented in a handshake, and with those it leads to,
-/// for a TLS server of this name or address. Keys and signatures below 112 bits count as weak.
-VerifyProblems VerifyPresented(X509_STORE* store, SSL* session, const std::string& host);
+/// All that is wrong with the certificate that a device presented, and with those it leads to, `chain` being
+/// what came with it (or null), for a TLS server of this name or address. Keys and signatures below 112 bits
+/// count as weak.
+VerifyProblems VerifyPresented(X509_STORE* store,
+                               X509* certificate,
+                               STACK_OF(X509) * chain,
+                               const std::string& host);
 
 }  // namespace custom_bidi::network

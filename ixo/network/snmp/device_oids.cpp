@@ -66,6 +66,13 @@ support::Value NumberOrText(const SnmpValue& value, WStringView text) {
   }
 }
 
+/// Whether the exchange, or the lack of it, says anything of the device.
+bool IsOfDevice(DWORD code) {
+  return code != ERROR_INVALID_PARAMETER && code != kNotSupported;
+}
+
+}  // namespace
+
 support::Value AsObject(const SnmpValue& value) {
   const bool is_text = value.kind == SnmpValue::Kind::kText;
   return NumberOrText(value, base::ToUtf16(is_text ? value.bytes : ToHexDigits(value.bytes)));
@@ -75,13 +82,6 @@ support::Value AsItem(const SnmpValue& value) {
   const std::optional<WString> text = ToText(value.bytes);
   return NumberOrText(value, text ? *text : base::ToUtf16(ToHexDigits(value.bytes)));
 }
-
-/// Whether the exchange, or the lack of it, says anything of the device.
-bool IsOfDevice(DWORD code) {
-  return code != ERROR_INVALID_PARAMETER && code != kNotSupported;
-}
-
-}  // namespace
 
 HRESULT DeviceOids::Read(WStringView oid, VARIANT* value) {
   const std::string text = base::ToUtf8(oid);

@@ -16,6 +16,10 @@
 
 namespace custom_bidi::network {
 
+/// An object's value as `DeviceOids::Read` gives it, and as `DeviceOids::FindItem` does.
+support::Value AsObject(const SnmpValue& value);
+support::Value AsItem(const SnmpValue& value);
+
 /// The SNMP objects of one device during one call of the library. Any thread may call; the others wait
 /// meanwhile. What is handed out lives as long as this does.
 class DeviceOids {
