@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -23,6 +24,7 @@ namespace {
 using custom_bidi_test::ToWide;
 
 constexpr char kQueue[] = "CustomBidi soak";
+constexpr char kUser[] = "jdoe";
 constexpr char kAddress[] = "127.0.0.1";
 constexpr size_t kThreads = 16;
 constexpr long kMostGrowthKib = 256;
@@ -71,7 +73,7 @@ class Caller {
   }
 
  private:
-  const WString user_ = ToWide("jdoe");
+  const WString user_ = ToWide(kUser);
   const WString target_;
   const WString queue_ = ToWide(kQueue);
   const WString address_ = ToWide(kAddress);
@@ -126,20 +128,61 @@ bool Soak(const char* how, size_t threads, long rounds) {
   return Compare(how, before, after) && failures == 0;
 }
 
-/// What is there for one run: the configuration, the queue.
-bool Run(long count, const char* port) {
-  const std::filesystem::path program = custom_bidi_test::ProgramPath();
-  std::ofstream(std::filesystem::path(program).replace_extension(".xml")) << "<PrinterExtension/>";
-  try {
-    custom_bidi_tools::RemoveQueue(kQueue);
-  } catch (const custom_bidi_tools::QueueError&) {
-    // An earlier run has ended well.
+/// The vault's copy of the printer's certificate, with which it is compared. (Wine loses a handle for each credential that
+/// is looked for and not there.)
+class VaultCopy {
+ public:
+  VaultCopy() {
+    DeviceCertificate* const record = GetDeviceCertificate(user_.c_str(), queue_.c_str(), 0);
+    if (record == nullptr) {
+      throw std::runtime_error("the printer shows no certificate");
+    }
+    target_ += record->identifier;
+    SavePassword(record->certificate, record->certificate_length, user_.c_str(), target_.c_str(),
+                 queue_.c_str());
+    DeleteDeviceCertificate(record);
+    CoTaskMemFree(record);
   }
-  custom_bidi_tools::AddQueue(kQueue, port);
-  std::printf("%s: %ld calls of each function\n", program.parent_path().filename().string().c_str(), count);
+  ~VaultCopy() { DeletePassword(user_.c_str(), target_.c_str(), queue_.c_str()); }
+  VaultCopy(const VaultCopy&) = delete;
+  VaultCopy& operator=(const VaultCopy&) = delete;
+
+ private:
+  const WString user_ = ToWide(kUser);
+  const WString queue_ = ToWide(kQueue);
+  WString target_ = ToWide(std::string("Vexmo.VIB.NQDRV4.") + kUser + ".");
+};
+
+/// The queue, and the configuration without which nothing is loaded.
+class Surroundings {
+ public:
+  explicit Surroundings(const char* port) {
+    const std::filesystem::path program = custom_bidi_test::ProgramPath();
+    std::ofstream(std::filesystem::path(program).replace_extension(".xml")) << "<PrinterExtension/>";
+    Remove();  // of a run that did not come to its end
+    custom_bidi_tools::AddQueue(kQueue, port);
+  }
+  ~Surroundings() { Remove(); }
+  Surroundings(const Surroundings&) = delete;
+  Surroundings& operator=(const Surroundings&) = delete;
+
+ private:
+  static void Remove() {
+    try {
+      custom_bidi_tools::RemoveQueue(kQueue);
+    } catch (const custom_bidi_tools::QueueError&) {
+      // There is none.
+    }
+  }
+};
+
+bool Run(long count, const char* port) {
+  const Surroundings surroundings(port);
+  const VaultCopy copy;
+  std::printf("%s family: %ld calls of each function\n",
+              custom_bidi_test::ProgramPath().parent_path().filename().string().c_str(), count);
   const bool plain = Soak("plain", 1, count);
   const bool threaded = Soak("16 threads", kThreads, std::max(1L, count / static_cast<long>(kThreads)));
-  custom_bidi_tools::RemoveQueue(kQueue);
   return plain && threaded;
 }
 

@@ -11,12 +11,13 @@
 namespace custom_bidi::bench {
 namespace {
 
+/// Wine does not tell PrivateUsage.
 long CommittedKib() {
   PROCESS_MEMORY_COUNTERS_EX counters{};
   counters.cb = sizeof(counters);
   K32GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
                           sizeof(counters));
-  return static_cast<long>(counters.PrivateUsage / 1024);
+  return static_cast<long>(counters.PagefileUsage / 1024);
 }
 
 /// The blocks of all heaps that are in use.

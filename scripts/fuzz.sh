@@ -50,7 +50,7 @@ for target in "${targets[@]}"; do
   if [ -n "$merge" ] && [ "$findings" -eq 0 ]; then
     program=$(find "$room" -name "fuzz_$target" -type f)
     CUSTOMBIDI_HOME=$PWD/$room/home-$target ASAN_OPTIONS=intercept_tls_get_addr=0 \
-      "$program" -merge=1 -max_len=1024 "fuzz/corpus/$target" "$room/found/$target" >>"$log" 2>&1
+      "$program" -set_cover_merge=1 -use_counters=0 -max_len=1024 "fuzz/corpus/$target" "$room/found/$target" >>"$log" 2>&1
   fi
 done
 echo "$total findings"

@@ -29,7 +29,8 @@ if [ $lane = windows ]; then
   exit
 fi
 
-room=$(mktemp -d)
+# In memory where that can be had: what is stored for good is waited for.
+room=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
 servers=()
 end() {
   [ ${#servers[@]} -eq 0 ] || kill "${servers[@]}" 2>/dev/null
