@@ -154,7 +154,7 @@ void WriteTraceLine(const WCHAR* message) noexcept {
   length += kLineEnd.size();
 
   LARGE_INTEGER size_bytes{};
-  if (GetFileSizeEx(g_file.handle, &size_bytes) && size_bytes.QuadPart % sizeof(WCHAR) != 0) {
+  if (GetFileSizeEx(g_file.handle, &size_bytes) && size_bytes.QuadPart % LONGLONG{sizeof(WCHAR)} != 0) {
     // Half a unit is left of a line that a full disk cut. This makes it a whole one, most often the right one.
     AppendToFile("", 1);
   }
