@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "ixo/simulated/printer_reader.h"
+#include "ixo/support/results.h"
 #include "ixo/vault/vault.h"
 #include "src/deviceio/device_objects.h"
 #include "tests/support/machine.h"
@@ -196,8 +197,8 @@ struct SecurityLibrary : Library {
 
   deviceio::CreateVaultStoreProviderFunction* const make_vault =
       Find<deviceio::CreateVaultStoreProviderFunction>(deviceio::kCreateVaultStoreProvider);
-  deviceio::DisposeVaultStoreProviderFunction* const dispose_vault =
-      Find<deviceio::DisposeVaultStoreProviderFunction>(deviceio::kDisposeVaultStoreProvider);
+  deviceio::CreateCertificateProviderFunction* const make_certificate =
+      Find<deviceio::CreateCertificateProviderFunction>(deviceio::kCreateCertificateProvider);
 };
 
 class SimulatedLibraries : public testing::Test {
@@ -223,9 +224,7 @@ TEST_F(SimulatedLibraries, FailWhenTheirFileIsNoGoodAndSayWhy) {
       EXPECT_EQ(io.Find<deviceio::CreateAddressFunction>(name)(W("x")), nullptr);
     }
     const SecurityLibrary security;
-    const auto make_certificate =
-        security.Find<deviceio::CreateCertificateProviderFunction>(deviceio::kCreateCertificateProvider);
-    EXPECT_EQ(make_certificate(nullptr, 1), nullptr);
+    EXPECT_EQ(security.make_certificate(nullptr, 1), nullptr);
     EXPECT_EQ(security.make_vault(), nullptr);
     const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_NE(told.find("printer.json: " + why), std::string::npos) << told;
@@ -233,22 +232,14 @@ TEST_F(SimulatedLibraries, FailWhenTheirFileIsNoGoodAndSayWhy) {
   }
 }
 
-// What every test of whole calls reads, to see that every object comes back.
-TEST_F(SimulatedLibraries, NoteWhatIsGivenBack) {
-  host_.Write("printer.json", R"({"log": "calls.log"})");
-  host_.Write("calls.log", "before\n");
-  {
-    const SecurityLibrary security;
-    deviceio::VaultStoreProvider* const vault = security.make_vault();
-    security.dispose_vault(vault);
-    security.dispose_vault(vault);
-    security.dispose_vault(nullptr);
+TEST_F(SimulatedLibraries, HaveACertificateOnlyWhereThereIsAWayToTheDevice) {
+  const SecurityLibrary security;
+  for (const auto& [mode, result] : {std::pair{DWORD{0}, support::kElementNotFound}, {DWORD{1}, S_OK}}) {
+    DWORD codes[10];
+    DWORD count = 99;
+    deviceio::CertificateProvider* const provider = security.make_certificate(nullptr, mode);
+    EXPECT_EQ(provider->GetCertificateAllSecurityWarnings(codes, 10, &count), result);
   }
-  SecurityLibrary().make_vault();  // goes with the library
-  EXPECT_EQ(ReadBytes(HostFolder::Path() / "calls.log"),
-            "before\nload\nCreateVaultStoreProvider vault-1\nDisposeVaultStoreProvider vault-1\n"
-            "DisposeVaultStoreProvider unknown\nDisposeVaultStoreProvider none\nload\n"
-            "CreateVaultStoreProvider vault-1\n");
 }
 
 TEST_F(SimulatedLibraries, KeepWhatTheyHandedOutOfTheVault) {
