@@ -11,7 +11,8 @@ WString CleanedPlainly(WString text) {
   std::erase(text, WCHAR{'\n'});
   std::erase(text, WCHAR{'"'});
   for (size_t at = 0; (at = text.find(W(" = "), at)) != WString::npos; ++at) {
-    text.replace(at, 3, W("="));
+    text.erase(at + 2, 1);
+    text.erase(at, 1);
   }
   return text;
 }
