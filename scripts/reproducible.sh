@@ -40,13 +40,19 @@ shipped() {
     grep -E "$names" | grep -v '^hosts/simulated/vexmo'
 }
 
+# cached FOLDER NAME: what a folder that is configured was told.
+cached() { sed -n "s/^$2:[^=]*=//p" "$1/CMakeCache.txt" 2>/dev/null; }
+
 status=0
 for lane in "${lanes[@]}"; do
   first=$PWD/build/$lane again=$second/$lane-built-elsewhere
-  build . "$first" "$lane"
-  type=$(sed -n 's/^CMAKE_BUILD_TYPE:[^=]*=//p' "$first/CMakeCache.txt")
-  build "$sources" "$again" "$lane" -DCUSTOMBIDI_TESTS=OFF "-DCMAKE_BUILD_TYPE=$type" \
-    -DCMAKE_C_COMPILER_LAUNCHER= -DCMAKE_CXX_COMPILER_LAUNCHER=
+  type=$(cached "$first" CMAKE_BUILD_TYPE)
+  options=(-DCUSTOMBIDI_TESTS=OFF "-DCMAKE_BUILD_TYPE=${type:-RelWithDebInfo}"
+    -DCMAKE_C_COMPILER_LAUNCHER= -DCMAKE_CXX_COMPILER_LAUNCHER=)
+  # Nor is it a first one: a compiler cache may write paths as it likes.
+  [ -n "$type" ] && [ -z "$(cached "$first" CMAKE_CXX_COMPILER_LAUNCHER)" ] || first=$second/$lane
+  build . "$first" "$lane" "${options[@]}"
+  build "$sources" "$again" "$lane" "${options[@]}"
   files=$( (shipped "$first"; shipped "$again") | sort -u)
   [ -n "$files" ] || { echo "reproducible: $lane has built nothing"; status=1; }
   for file in $files; do
