@@ -52,6 +52,11 @@ bool IsSlash(char c) {
   return c == '/';
 }
 
+timespec TimeOf(int fd) {
+  struct stat status {};
+  return fstat(fd, &status) == 0 ? status.st_mtim : timespec{};
+}
+
 }  // namespace
 
 const char* Variable(const char* name) {
@@ -216,18 +221,28 @@ DWORD ReadWholeFile(const std::string& posix_path, std::string* content, size_t 
 }
 
 DWORD LockWholeFile(int fd) {
-  constexpr std::chrono::milliseconds kPatience{2000};
+  using std::chrono::steady_clock;
+  constexpr std::chrono::seconds kPatience{2};
+  constexpr std::chrono::seconds kLongest{30};
   constexpr std::chrono::milliseconds kPause{2};
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto begin = steady_clock::now();
+  auto deadline = begin + kPatience;
+  timespec taken = TimeOf(fd);
   while (flock(fd, LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) {
       return CodeFromErrno(errno);
     }
-    if (std::chrono::steady_clock::now() >= deadline) {
+    const timespec last = TimeOf(fd);
+    if (last.tv_sec != taken.tv_sec || last.tv_nsec != taken.tv_nsec) {
+      taken = last;
+      deadline = std::min(steady_clock::now() + kPatience, begin + kLongest);
+    }
+    if (steady_clock::now() >= deadline) {
       return ERROR_LOCK_VIOLATION;
     }
     std::this_thread::sleep_for(kPause);
   }
+  futimens(fd, nullptr);  // tells those who wait that it goes from hand to hand
   return ERROR_SUCCESS;
 }
 

@@ -69,8 +69,8 @@ inline constexpr size_t kMaxDocumentBytes = size_t{4} * 1024 * 1024;
 /// `max_bytes`.
 DWORD ReadWholeFile(const std::string& posix_path, std::string* content, size_t max_bytes = kMaxFileBytes);
 
-/// Takes the lock of flock(2) on an open file, for all of its life. ERROR_LOCK_VIOLATION when somebody else
-/// has it for two seconds.
+/// Takes the lock of flock(2) on an open file, for all of its life. ERROR_LOCK_VIOLATION when one other has it
+/// for two seconds, or one after the other for thirty.
 DWORD LockWholeFile(int fd);
 
 /// Writes all bytes, whatever interrupts it. Returns 0 or a Win32 code; `*written` receives the bytes
