@@ -126,6 +126,10 @@ bool OpenTraceFile() noexcept {
   if (!IsOpen(g_file.handle)) {
     g_file.handle = OpenForAppending(CREATE_NEW);
   }
+  if (!IsOpen(g_file.handle) && GetLastError() == ERROR_FILE_EXISTS) {
+    // Another process has made it in between.
+    g_file.handle = OpenForAppending(OPEN_EXISTING);
+  }
   if (!IsOpen(g_file.handle)) {
     g_file.handle = nullptr;
   }

@@ -100,9 +100,9 @@ TEST(AnotherProcess, DISABLED_ManyCalls) {
 TEST_F(HeldTrace, TwoProcessesLoseNoLine) {
   SetTrace(true);
   WritePrinter();
-  const std::string command =
-      '"' + ProgramPath().string() +
-      "\" --gtest_brief=1 --gtest_also_run_disabled_tests --gtest_filter=*.DISABLED_ManyCalls";
+  const std::string command = '"' + ProgramPath().string() +
+                              "\" --gtest_brief=1 --gtest_output= --gtest_also_run_disabled_tests "
+                              "--gtest_filter=*.DISABLED_ManyCalls";
   OnThreads(2, [&](int) { EXPECT_EQ(std::system(command.c_str()), 0); });
   const Lines lines = TakeTrace();  // which looks at each line's form
   EXPECT_EQ(lines.size(), BidiCall(kQueue, kAddress, 1).size() * 2 * kRounds);
