@@ -5,7 +5,7 @@
 #include "base/utf.h"
 #include "fuzz/fuzz_input.h"
 #include "ixo/network/snmp/device_oids.h"
-#include "ixo/network/snmp/snmp_session.h"
+#include "ixo/network/snmp/snmp_values.h"
 #include "src/deviceio/snmp_status.h"
 
 namespace custom_bidi::fuzz {

@@ -1,32 +1,16 @@
 #pragma once
 
-#include <net-snmp/net-snmp-config.h>
-#include <net-snmp/net-snmp-includes.h>
-
 #include <memory>
 #include <optional>
 #include <span>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "ixo/network/connection/connection.h"
 #include "ixo/network/snmp/snmp.h"
 #include "ixo/network/snmp/snmp_functions.h"
+#include "ixo/network/snmp/snmp_values.h"
 
 namespace custom_bidi::network {
-
-using Oid = std::vector<oid>;
-
-/// "1.3.6.1.2.1.1.1.0"; nothing for a text that is no object identifier.
-std::optional<Oid> ParseOid(std::string_view text);
-std::string OidToText(std::span<const oid> numbers);
-
-/// What it costs to ask for the object in a request, in bytes of BER.
-size_t EncodedBytes(const Oid& object);
-
-/// Nothing for a value that says that there is none, or that is of a type which the standards do not know.
-std::optional<SnmpValue> ValueOf(const netsnmp_variable_list& variable);
 
 /// An agent's answer to one request.
 struct SnmpAnswer {
