@@ -37,9 +37,10 @@ struct WipingAllocator {
 class SecureText : public std::string {
  public:
   SecureText() = default;
-  SecureText(const char* text) : std::string(text) {}  // NOLINT(google-explicit-constructor)
-  SecureText(const std::string& text)
-      : std::string(text) {}  // NOLINT(google-explicit-constructor): as a string
+  // Made as easily as any other string. NOLINTBEGIN(google-explicit-constructor)
+  SecureText(const char* text) : std::string(text) {}
+  SecureText(const std::string& text) : std::string(text) {}
+  // NOLINTEND(google-explicit-constructor)
   explicit SecureText(std::string_view text) : std::string(text) {}
   SecureText(const SecureText& other) = default;
   SecureText(SecureText&& other) noexcept = default;
