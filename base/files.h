@@ -15,9 +15,9 @@ const char* Variable(const char* name);
 
 /// The folder that holds `drive_c/` and `registry.reg`, as a POSIX path without a slash at its end:
 /// $CUSTOMBIDI_HOME, else $XDG_DATA_HOME/custom-bidi, else ~/.local/share/custom-bidi. A variable that is
-/// empty counts as not set, and so does a relative $XDG_DATA_HOME, as its specification has it. A relative
-/// $CUSTOMBIDI_HOME is refused: there is no such folder then, and none can be made. Read anew at each call;
-/// the folder need not exist.
+/// empty counts as not set, and so does a relative $XDG_DATA_HOME, as the XDG base directories have it. A
+/// relative $CUSTOMBIDI_HOME is refused: there is no such folder then, and none can be made. Read anew at each
+/// call; the folder need not exist.
 std::string HomeFolder();
 /// Turns a path as Windows writes it into the POSIX path that it stands for, which is always absolute. Both
 /// slashes separate; a drive letter may be in either case; ".", ".." and doubled slashes are resolved in the
