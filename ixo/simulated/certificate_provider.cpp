@@ -17,22 +17,24 @@ HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_
   if (course.StopsWork()) {
     return Remember(course.result);
   }
-  const HRESULT result = ReadUuid(uuid, capacity_chars, length_chars);
+  const HRESULT result = ReadUuid(course.length, uuid, capacity_chars, length_chars);
   return Remember(FAILED(result) ? result : course.result);
 }
 
-HRESULT SimulatedCertificateProvider::ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const {
+HRESULT SimulatedCertificateProvider::ReadUuid(std::optional<DWORD> told,
+                                               WCHAR* uuid,
+                                               DWORD capacity_chars,
+                                               DWORD* length_chars) const {
   if (certificate_ == nullptr || !certificate_->uuid) {
     return support::ResultFromWin32(ERROR_NOT_FOUND);
   }
   const WString& text = *certificate_->uuid;
-  if (text.size() >= capacity_chars && !certificate_->uuid_length) {
+  if (text.size() >= capacity_chars && !told) {
     return support::ResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
   }
-  const size_t length = std::min<size_t>(text.size(), capacity_chars - 1);
-  std::copy_n(text.begin(), length, uuid);
-  uuid[length] = 0;
-  *length_chars = certificate_->uuid_length.value_or(static_cast<DWORD>(length));
+  // A text that fills the buffer has no end.
+  std::copy_n(text.c_str(), std::min<size_t>(text.size() + 1, capacity_chars), uuid);
+  *length_chars = told.value_or(static_cast<DWORD>(text.size()));
   return S_OK;
 }
 
@@ -48,6 +50,7 @@ HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* c
     return Remember(course.result);
   }
   const HRESULT result = ReadWarnings(codes, capacity, count);
+  *count = course.length.value_or(*count);
   return Remember(FAILED(result) ? result : course.result);
 }
 
@@ -57,7 +60,7 @@ HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity,
   }
   const std::vector<DWORD>& warnings = certificate_->warnings;
   std::copy_n(warnings.begin(), std::min<size_t>(warnings.size(), capacity), codes);
-  *count = certificate_->warning_count.value_or(static_cast<DWORD>(warnings.size()));
+  *count = static_cast<DWORD>(warnings.size());
   return S_OK;
 }
 
@@ -75,7 +78,7 @@ DWORD SimulatedCertificateProvider::GetDeviceCertificate(const deviceio::KeyType
     *length_bytes = 0;
     return static_cast<DWORD>(Remember(course.result));
   }
-  const DWORD code = ReadCertificate(bytes, length_bytes);
+  const DWORD code = ReadCertificate(course.length, bytes, length_bytes);
   if (code != ERROR_SUCCESS) {
     last_error_ = code;
     return code;
@@ -83,12 +86,22 @@ DWORD SimulatedCertificateProvider::GetDeviceCertificate(const deviceio::KeyType
   return static_cast<DWORD>(Remember(course.result));
 }
 
-DWORD SimulatedCertificateProvider::ReadCertificate(BYTE* bytes, DWORD* length_bytes) const {
+DWORD SimulatedCertificateProvider::ReadCertificate(std::optional<DWORD> told,
+                                                    BYTE* bytes,
+                                                    DWORD* length_bytes) const {
   if (certificate_ == nullptr || !certificate_->der) {
     *length_bytes = 0;
     return ERROR_NOT_FOUND;
   }
-  return support::AnswerCertificate(*certificate_->der, bytes, length_bytes);
+  if (!told) {
+    return support::AnswerCertificate(*certificate_->der, bytes, length_bytes);
+  }
+  if (bytes != nullptr) {
+    std::copy_n(certificate_->der->begin(), std::min<size_t>(certificate_->der->size(), *length_bytes),
+                bytes);
+  }
+  *length_bytes = *told;
+  return ERROR_SUCCESS;
 }
 
 HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "ixo/simulated/printer.h"
@@ -30,9 +31,10 @@ class SimulatedCertificateProvider final : public support::CertificateProvider {
   DWORD GetLastErrorCode() override;
 
  private:
-  HRESULT ReadUuid(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const;
+  // What is `told` in place of the true length comes with as much as the buffer holds.
+  HRESULT ReadUuid(std::optional<DWORD> told, WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const;
   HRESULT ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const;
-  DWORD ReadCertificate(BYTE* bytes, DWORD* length_bytes) const;
+  DWORD ReadCertificate(std::optional<DWORD> told, BYTE* bytes, DWORD* length_bytes) const;
   HRESULT Remember(HRESULT result);
 
   const std::string name_;

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 #include "ixo/simulated/printer_reader.h"
 #include "ixo/support/host_files.h"
@@ -87,14 +86,6 @@ Bytes ReadCertificateFile(const support::Json& json, const std::string& where) {
   return BytesOfFile(*content, where);
 }
 
-std::optional<DWORD> NumberFrom(const support::Json& json, const char* name, const std::string& where) {
-  if (!json.contains(name)) {
-    return std::nullopt;
-  }
-  return static_cast<DWORD>(support::IntegerFrom(json[name], 0, std::numeric_limits<uint32_t>::max(),
-                                                 support::Member(where, name)));
-}
-
 std::vector<DWORD> CodesFrom(const support::Json& json, const std::string& where) {
   if (!json.is_array()) {
     support::Fail(where, "an array of codes is expected, not " + json.dump());
@@ -118,8 +109,7 @@ std::string FileNameFrom(const support::Json& json, const std::string& where) {
 }
 
 void AddCertificate(const support::Json& json, const std::string& where, Printer& printer) {
-  support::RequireMembers(
-      json, {"file", "der", "uuid", "uuid_length", "warnings", "warning_count", "last_error"}, where);
+  support::RequireMembers(json, {"file", "der", "uuid", "warnings", "last_error"}, where);
   if (json.contains("file") && json.contains("der")) {
     support::Fail(where, "only one of \"file\" and \"der\" can be the certificate");
   }
@@ -134,11 +124,9 @@ void AddCertificate(const support::Json& json, const std::string& where, Printer
   if (json.contains("uuid")) {
     certificate.uuid = support::TextFrom(json["uuid"], support::Member(where, "uuid"));
   }
-  certificate.uuid_length = NumberFrom(json, "uuid_length", where);
   if (json.contains("warnings")) {
     certificate.warnings = CodesFrom(json["warnings"], support::Member(where, "warnings"));
   }
-  certificate.warning_count = NumberFrom(json, "warning_count", where);
   if (json.contains("last_error")) {
     certificate.last_error = support::CodeFrom(json["last_error"], support::Member(where, "last_error"));
   }

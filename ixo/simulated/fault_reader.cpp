@@ -13,6 +13,8 @@ constexpr std::pair<const char*, Fault::Kind> kKinds[] = {{"null", Fault::Kind::
                                                           {"raise", Fault::Kind::kRaise},
                                                           {"throw", Fault::Kind::kThrow}};
 
+constexpr int64_t kMostDelay = 60000;
+
 bool HasCode(Fault::Kind kind) {
   return kind == Fault::Kind::kResult || kind == Fault::Kind::kRaise;
 }
@@ -32,7 +34,7 @@ Fault::Kind PlainKind(const support::Json& json, const std::string& where) {
 }
 
 /// Reads the one member that says what happens: {"hresult": code}, {"raise": code}, {"null": true}, {"throw":
-/// true}.
+/// true}. Nothing else need happen when the call is late, or tells another length.
 void ReadKind(const support::Json& json, const std::string& where, Fault& fault) {
   int kinds_named = 0;
   for (const auto& [name, kind] : kKinds) {
@@ -47,9 +49,21 @@ void ReadKind(const support::Json& json, const std::string& where, Fault& fault)
       support::Fail(support::Member(where, name), "true is expected, not " + json[name].dump());
     }
   }
-  if (kinds_named != 1) {
-    support::Fail(where, "one of \"null\", \"hresult\", \"raise\" and \"throw\" is expected");
+  const bool is_more = json.contains("delay") || json.contains("length");
+  if (kinds_named > 1 || (kinds_named == 0 && !is_more)) {
+    support::Fail(
+        where,
+        "one of \"null\", \"hresult\", \"raise\" and \"throw\" is expected, or \"delay\" or \"length\"");
   }
+}
+
+/// A member from `lowest` to `highest`, within 32 bits.
+DWORD NumberFrom(const support::Json& json,
+                 const char* name,
+                 int64_t lowest,
+                 int64_t highest,
+                 const std::string& where) {
+  return static_cast<DWORD>(support::IntegerFrom(json[name], lowest, highest, support::Member(where, name)));
 }
 
 Fault FaultFrom(const support::Json& json, const std::string& where) {
@@ -58,7 +72,9 @@ Fault FaultFrom(const support::Json& json, const std::string& where) {
     fault.kind = PlainKind(json, where);
     return fault;
   }
-  support::RequireMembers(json, {"null", "hresult", "raise", "throw", "deliver", "only", "call"}, where);
+  constexpr int64_t kMost = std::numeric_limits<uint32_t>::max();
+  support::RequireMembers(
+      json, {"null", "hresult", "raise", "throw", "deliver", "length", "delay", "only", "call"}, where);
   ReadKind(json, where, fault);
   if (json.contains("deliver")) {
     if (fault.kind != Fault::Kind::kResult || !IsTrue(json["deliver"])) {
@@ -70,8 +86,13 @@ Fault FaultFrom(const support::Json& json, const std::string& where) {
     fault.only = support::TextFrom(json["only"], support::Member(where, "only"));
   }
   if (json.contains("call")) {
-    fault.call = static_cast<uint64_t>(support::IntegerFrom(
-        json["call"], 1, std::numeric_limits<uint32_t>::max(), support::Member(where, "call")));
+    fault.call = NumberFrom(json, "call", 1, kMost, where);
+  }
+  if (json.contains("length")) {
+    fault.length = NumberFrom(json, "length", 0, kMost, where);
+  }
+  if (json.contains("delay")) {
+    fault.delay_ms = NumberFrom(json, "delay", 1, kMostDelay, where);
   }
   return fault;
 }
@@ -83,6 +104,9 @@ void RequireMeaning(const Fault& fault, const OperationTraits& operation, const 
   }
   if (fault.kind == Fault::Kind::kResult && !operation.has_result) {
     support::Fail(where, "the operation has no \"hresult\"");
+  }
+  if (fault.length && !operation.has_length) {
+    support::Fail(where, "the operation tells no \"length\"");
   }
   if (fault.only && !operation.has_subject) {
     support::Fail(where, "the operation is asked for no name, so there is nothing for \"only\"");

@@ -8,6 +8,7 @@
 
 #include "ixo/simulated/printer_reader.h"
 #include "ixo/support/host_files.h"
+#include "ixo/support/host_system.h"
 
 namespace custom_bidi::simulated {
 namespace {
@@ -41,17 +42,20 @@ Course Library::Enter(Operation operation, WStringView subject) {
   if (fault == nullptr) {
     return {};
   }
+  if (fault->delay_ms != 0) {
+    support::Pause(fault->delay_ms);
+  }
   switch (fault->kind) {
-    case Fault::Kind::kNull:
-      return {.give_null = true};
-    case Fault::Kind::kResult:
-      return {.result = static_cast<HRESULT>(fault->code), .deliver = fault->deliver};
     case Fault::Kind::kRaise:
       throw fault->code;
     case Fault::Kind::kThrow:
       throw std::runtime_error("simulated failure");
+    default:
+      return {.give_null = fault->kind == Fault::Kind::kNull,
+              .result = static_cast<HRESULT>(fault->code),
+              .deliver = fault->deliver,
+              .length = fault->length};
   }
-  return {};
 }
 
 }  // namespace custom_bidi::simulated

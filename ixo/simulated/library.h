@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "ixo/simulated/printer.h"
 #include "ixo/support/objects.h"
@@ -20,6 +21,8 @@ struct Course {
   HRESULT result = S_OK;
   /// Whatever the call gives comes with a failure, too.
   bool deliver = false;
+  /// The length or number to tell in place of the true one.
+  std::optional<DWORD> length;
 
   /// For an operation that answers with an HRESULT, or with nothing that could be a failure.
   bool StopsWork() const { return give_null || (FAILED(result) && !deliver); }

@@ -49,38 +49,40 @@ struct OperationTraits {
   bool has_result;
   /// It is asked about something by name: a queue, an item, an OID, a language, a path, a vault's target.
   bool has_subject;
+  /// It tells a length or a number of what it gives.
+  bool has_length;
 };
 
 /// In the order of `Operation`.
 inline constexpr OperationTraits kOperations[kOperationCount] = {
-    // name, has_null, has_result, has_subject
-    {deviceio::kCreateAddressFromQueueName, true, false, true},
-    {deviceio::kCreateAddressFromPortName, true, false, true},
-    {deviceio::kCreateAddressFromIpAddress, true, false, true},
-    {deviceio::kCreateAddressFromHostName, true, false, true},
-    {"PrinterAddress.IsActive", true, true, true},
-    {"PrinterAddress.GetAddressString", true, false, true},
-    {deviceio::kCreateDataCollectionFromFile, true, true, true},
-    {"DataCollection.GetValue", true, true, true},
-    {deviceio::kCreateOidProvider, true, false, false},
-    {"OidProvider.GetValue", true, true, true},
-    {deviceio::kGetDeviceLocaleStrings, true, true, true},
-    {deviceio::kDisposeStringBuffer, false, false, false},
-    {deviceio::kCreateVaultStoreProvider, true, false, false},
-    {deviceio::kDisposeVaultStoreProvider, false, false, false},
-    {"VaultStoreProvider.SaveTarget", true, true, true},
-    {"VaultStoreProvider.GetCertFromVault", true, true, true},
-    {"VaultStoreProvider.DeleteTarget", true, true, true},
-    {"VaultStoreProvider.IsTargetPresent", true, true, true},
-    {"VaultStoreProvider.SetTargetName", false, true, true},
-    {"VaultStoreProvider.SetUserName", false, true, true},
-    {deviceio::kCreateCertificateProvider, true, false, false},
-    {deviceio::kDisposeCertificateProvider, false, false, false},
-    {"CertificateProvider.GetDeviceUUID", true, true, false},
-    {"CertificateProvider.GetCertificateAllSecurityWarnings", true, true, false},
-    {"CertificateProvider.GetDeviceCertificate", true, true, false},
-    {"CertificateProvider.CheckCertificateDate", true, true, false},
-    {"CertificateProvider.GetLastErrorCode", true, true, false},
+    // name, has_null, has_result, has_subject, has_length
+    {deviceio::kCreateAddressFromQueueName, true, false, true, false},
+    {deviceio::kCreateAddressFromPortName, true, false, true, false},
+    {deviceio::kCreateAddressFromIpAddress, true, false, true, false},
+    {deviceio::kCreateAddressFromHostName, true, false, true, false},
+    {"PrinterAddress.IsActive", true, true, true, false},
+    {"PrinterAddress.GetAddressString", true, false, true, false},
+    {deviceio::kCreateDataCollectionFromFile, true, true, true, false},
+    {"DataCollection.GetValue", true, true, true, false},
+    {deviceio::kCreateOidProvider, true, false, false, false},
+    {"OidProvider.GetValue", true, true, true, false},
+    {deviceio::kGetDeviceLocaleStrings, true, true, true, true},
+    {deviceio::kDisposeStringBuffer, false, false, false, false},
+    {deviceio::kCreateVaultStoreProvider, true, false, false, false},
+    {deviceio::kDisposeVaultStoreProvider, false, false, false, false},
+    {"VaultStoreProvider.SaveTarget", true, true, true, false},
+    {"VaultStoreProvider.GetCertFromVault", true, true, true, true},
+    {"VaultStoreProvider.DeleteTarget", true, true, true, false},
+    {"VaultStoreProvider.IsTargetPresent", true, true, true, false},
+    {"VaultStoreProvider.SetTargetName", false, true, true, false},
+    {"VaultStoreProvider.SetUserName", false, true, true, false},
+    {deviceio::kCreateCertificateProvider, true, false, false, false},
+    {deviceio::kDisposeCertificateProvider, false, false, false, false},
+    {"CertificateProvider.GetDeviceUUID", true, true, false, true},
+    {"CertificateProvider.GetCertificateAllSecurityWarnings", true, true, false, true},
+    {"CertificateProvider.GetDeviceCertificate", true, true, false, true},
+    {"CertificateProvider.CheckCertificateDate", true, true, false, false},
+    {"CertificateProvider.GetLastErrorCode", true, true, false, false},
 };
 
 }  // namespace custom_bidi::simulated

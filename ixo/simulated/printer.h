@@ -32,24 +32,24 @@ struct Certificate {
   /// The certificate itself; none is not the same as one of no bytes.
   std::optional<std::vector<BYTE>> der;
   std::optional<WString> uuid;
-  /// The length that is told of the UUID, whatever it is.
-  std::optional<DWORD> uuid_length;
   std::vector<DWORD> warnings;
-  /// The number that is told of the warnings, whatever it is.
-  std::optional<DWORD> warning_count;
   /// What the last failure is said to have been, whatever it was.
   std::optional<DWORD> last_error;
 };
 
 /// How calls of one operation fail, and which.
 struct Fault {
-  enum class Kind { kNull, kResult, kRaise, kThrow };
+  /// The first does the call's work, late or with another length.
+  enum class Kind { kNone, kNull, kResult, kRaise, kThrow };
 
-  Kind kind = Kind::kNull;
+  Kind kind = Kind::kNone;
   /// The result (as the bits of an HRESULT) or the raised code.
   DWORD code = 0;
   /// What the call gives comes with the result, even if that is a failure.
   bool deliver = false;
+  /// The length or number that is told, whatever it is.
+  std::optional<DWORD> length;
+  DWORD delay_ms = 0;
   /// The only subject concerned; every one when absent.
   std::optional<WString> only;
   /// The only call concerned, from 1, counted over all calls of the operation; every one when absent.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 #include "ixo/support/host_system.h"
@@ -21,7 +22,17 @@ VARTYPE TypeFrom(const support::Json& json, const std::string& where) {
   if (found != std::end(kTypes)) {
     return found->second;
   }
+  if (json.is_integer()) {
+    return static_cast<VARTYPE>(support::IntegerFrom(json, 0, std::numeric_limits<VARTYPE>::max(), where));
+  }
   support::Fail(where, "unknown type " + json.dump());
+}
+
+/// Of a type that is no integer any bits can be the payload.
+std::pair<int64_t, int64_t> RangeFor(VARTYPE type) {
+  const auto range = support::RangeOf(type);
+  using Bits = std::numeric_limits<int64_t>;
+  return range.first <= range.second ? range : std::pair(Bits::min(), Bits::max());
 }
 
 support::Value TypedValue(VARTYPE type, const support::Json& value, const std::string& where) {
@@ -40,7 +51,7 @@ support::Value TypedValue(VARTYPE type, const support::Json& value, const std::s
       return value.is_null() ? support::Value::NullText()
                              : support::Value::Text(support::TextFrom(value, where));
     default: {
-      const auto [lowest, highest] = support::RangeOf(type);
+      const auto [lowest, highest] = RangeFor(type);
       return support::Value::Integer(type, support::IntegerFrom(value, lowest, highest, where));
     }
   }

@@ -112,7 +112,7 @@ LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
     return kNoSuchLanguage;
   }
   *buffer = g_string_buffers.Make(*text);
-  *length = text->size();
+  *length = course.length.value_or(static_cast<DWORD>(text->size()));
   return course.result;
 }
 

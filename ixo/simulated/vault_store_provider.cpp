@@ -26,6 +26,7 @@ HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* lengt
   *length_bytes = 0;
   const Course course = EnterNoted(Operation::kVaultGetCertFromVault, name_, target_);
   if (course.StopsWork()) {
+    *length_bytes = course.length.value_or(0);
     return course.result;
   }
   vault::SecureBytes loaded;
@@ -34,7 +35,7 @@ HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* lengt
   }
   handed_out_ = std::move(loaded);
   *bytes = handed_out_.data();
-  *length_bytes = static_cast<DWORD>(handed_out_.size());
+  *length_bytes = course.length.value_or(static_cast<DWORD>(handed_out_.size()));
   return course.result;
 }
 

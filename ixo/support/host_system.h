@@ -21,6 +21,8 @@ std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_
 /// path in both lanes.
 DWORD CheckReadable(const WCHAR* path);
 
+void Pause(DWORD milliseconds);
+
 /// Well-formed UTF-8 to UTF-16.
 WString Widen(std::string_view utf8);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <ctime>
 
 #include "base/files.h"
 #include "base/utf.h"
@@ -40,6 +41,12 @@ DWORD CheckReadable(const WCHAR* path) {
   const DWORD code = base::OpenRegularFile(posix_path, O_RDONLY, &opened);
   const base::FileDescriptor file(opened);
   return code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND ? code : ERROR_ACCESS_DENIED;
+}
+
+void Pause(DWORD milliseconds) {
+  timespec left{milliseconds / 1000, static_cast<long>(milliseconds % 1000) * 1000000};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
 }
 
 WString Widen(std::string_view utf8) {

@@ -45,6 +45,10 @@ DWORD CheckReadable(const WCHAR* path) {
   return ERROR_SUCCESS;
 }
 
+void Pause(DWORD milliseconds) {
+  Sleep(milliseconds);
+}
+
 WString Widen(std::string_view utf8) {
   const int size = static_cast<int>(utf8.size());
   WString wide(utf8.size(), WCHAR());

@@ -76,6 +76,7 @@ void Value::CopyTo(VARIANT* variant) const {
       variant->bstrVal = text_.get();
       break;
     default:
+      variant->llVal = integer_;
       break;
   }
 }

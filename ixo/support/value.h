@@ -14,7 +14,7 @@ class Value {
  public:
   /// VT_EMPTY or VT_NULL.
   static Value Nothing(VARTYPE type);
-  /// One of the integer types or VT_BOOL; `integer` is in the type's range.
+  /// One of the integer types or VT_BOOL, with `integer` in the type's range; of any other type the payload.
   static Value Integer(VARTYPE type, int64_t integer);
   /// VT_R8.
   static Value Real(double real);

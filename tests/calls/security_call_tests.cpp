@@ -76,7 +76,7 @@ TEST_F(SecurityCalls, PasswordFirstByteAloneSaysWhetherThereIsOne) {
 TEST_F(SecurityCalls, CertificateReadingTakesAnyBytesThatTheDeviceGives) {
   for (const std::string& bytes :
        {Certificate("device"), Certificate("rsa4096"), std::string("x"), std::string(1, '\0'),
-        std::string(65536, '\xA5'), Certificate("device") + "more"}) {
+        std::string(1 << 20, '\xA5'), Certificate("device") + "more"}) {
     host.Write("certificate.der", bytes);
     EXPECT_EQ(Read(), (Record{kUuid, bytes, {}})) << bytes.size();
   }
@@ -97,7 +97,7 @@ TEST_F(SecurityCalls, CertificateReadingTakesUpToNineWarnings) {
   // There is room for ten, yet ten are too many.
   SetWarnings(Codes(10, 1));
   for (const uint32_t count : {10u, 11u, 0xFFFFFFFFu}) {
-    printer["certificate"]["warning_count"] = count;
+    Fail("CertificateProvider.GetCertificateAllSecurityWarnings", Length(count));
     ExpectNotRead(begin + Wrapper({"Destroyed"}));
   }
 }
@@ -117,12 +117,15 @@ TEST_F(SecurityCalls, CertificateReadingTakesAUuidOfUpTo255Characters) {
   };
   expect(0, {});
   expect(256, {"GetDeviceUUID API Failed"});
+  expect(1 << 20, {"GetDeviceUUID API Failed"});
   for (const auto& [chars, told] :
-       {std::pair{1u, 0u}, {1u, 256u}, {1u, 0xFFFFFFFF}, {300u, 300u}, {0u, 3u}}) {
+       {std::pair{1u, 0u}, {1u, 256u}, {1u, 0xFFFFFFFF}, {0u, 3u}, {300u, 300u}}) {
     SCOPED_TRACE(told);
-    printer["certificate"]["uuid_length"] = told;
+    Fail("CertificateProvider.GetDeviceUUID", Length(told));
     expect(chars, {});
   }
+  Fail("CertificateProvider.GetDeviceUUID", Length(255));
+  EXPECT_EQ(Read()->identifier, std::string(255, 'u')) << "a text without an end";
 }
 
 TEST_F(SecurityCalls, CertificateReadingWithoutAnAddressOneReadIsEnough) {

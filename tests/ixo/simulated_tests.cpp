@@ -37,6 +37,7 @@ TEST(PrinterFile, ValuesFillTheWholePayload) {
       {R"({"type": "VT_BOOL", "value": false})", VT_BOOL, 0},
       {R"({"type": "VT_R8", "value": -0.5})", VT_R8, 0xBFE0000000000000},
       {R"({"type": "VT_R8", "value": -1})", VT_R8, 0xBFF0000000000000},
+      {R"({"type": 16387, "value": -2})", 0x4003, 0xFFFFFFFFFFFFFFFE},
   };
   for (const auto& [json, type, payload] : kCases) {
     const VARIANT value = Filled(ReadPrinter(R"({"items": {"It": )" + json + "}}"));
@@ -128,7 +129,6 @@ TEST(PrinterFile, IsRefusedWithThePlaceOfWhatIsWrong) {
       {R"({"certificate": {"file": "no such.der"}})", "certificate.file: the plain name of a file "},
       {R"({"certificate": {"file": "../device.der"}})", "certificate.file: the plain name of a file "},
       {R"({"certificate": {"file": "nosuch.der"}})", "certificate.file: there is no file "},
-      {R"({"certificate": {"uuid_length": -1}})", "certificate.uuid_length: an integer from 0 "},
       {R"({"certificate": {"warnings": 5}})", "certificate.warnings: an array of codes is expected, not 5"},
       {R"({"certificate": {"warnings": [1, "two"]}})", "certificate.warnings[1]: a 32-bit code such as "},
       {R"({"log": "a/b"})", "log: the plain name of a file "},
@@ -144,6 +144,8 @@ TEST(PrinterFile, IsRefusedWithThePlaceOfWhatIsWrong) {
       {fault(R"([{"raise": 5}, {"raise": "5"}])"), kFault + "[1].raise: a 32-bit code such as "},
       {fault(R"({"raise": "0x5g"})"), kFault + ".raise: a 32-bit code such as "},
       {fault(R"({"hresult": "0x1FFFFFFFF"})"), kFault + ".hresult: a 32-bit code such as "},
+      {fault(R"({"length": 5})"), kFault + R"(: the operation tells no "length")"},
+      {fault(R"({"null": true, "delay": 60001})"), kFault + ".delay: an integer from 1 to 60000 "},
       {fault(R"({"raise": 5, "call": 0})"), kFault + ".call: an integer from 1 to 4294967295 "},
   };
   for (const auto& [json, told] : kCases) {

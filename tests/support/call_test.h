@@ -231,6 +231,9 @@ inline constexpr char kRaise5[] = R"({"raise": 5})";
 inline constexpr char kRaise0[] = R"({"raise": 0})";
 inline constexpr char kThrow[] = R"({"throw": true})";
 inline constexpr char kEFail[] = R"({"hresult": "0x80004005"})";
+inline std::string Length(uint32_t told) {
+  return "{\"length\": " + std::to_string(told) + "}";
+}
 /// The same with one more member, such as `"call": 2`.
 inline std::string With(std::string fault, const std::string& member) {
   return fault.replace(fault.size() - 1, 1, ", " + member + "}");
