@@ -98,12 +98,19 @@ TEST_F(Answers, ValuesAsText) {
   for (const auto& [type, value] : integers) {
     expect(Json::parse("{\"type\": \"VT_" + type + "\", \"value\": " + value + "}"), {{"X", value}});
   }
-  for (const Json& none : {R"({"type": "VT_BSTR", "value": null})"_json, Json(""),
-                           R"({"type": "VT_BOOL", "value": true})"_json, R"({"type": "VT_EMPTY"})"_json}) {
+  for (const Json& none :
+       {R"({"type": "VT_BSTR", "value": null})"_json, Json(""), R"({"type": "VT_BOOL", "value": true})"_json,
+        R"({"type": "VT_R8", "value": 1})"_json, R"({"type": "VT_EMPTY"})"_json}) {
     expect(none, {});
   }
   expect(longest, {{"X", longest}});
   expect(longest + "x", {});
+  expect(std::string(1 << 20, 'x'), {});
+  // VT_CY, VT_DATE, VT_DISPATCH, VT_ERROR, VT_VARIANT, VT_UNKNOWN, VT_DECIMAL, VT_I8, VT_ARRAY | VT_UI1,
+  // VT_BYREF | VT_I4, VT_BYREF | VT_BSTR, VT_BYREF | VT_VARIANT, all bits
+  for (const int type : {6, 7, 9, 10, 12, 13, 14, 20, 0x2011, 0x4003, 0x4008, 0x400C, 0xFFFF}) {
+    expect({{"type", type}, {"value", 1}}, {});
+  }
   for (const char* text : {"\"\\\r\n\t\x01", " ", "{}", "f\u00fcr \u65e5\u672c \U0001F5A8", "100%s %d"}) {
     expect(text, {{"X", text}});  // unchanged
   }
@@ -125,6 +132,7 @@ TEST_F(Answers, CidOfTheDeviceElseTheDefault) {
       {" CID:a;cid:b;CID :c;CIDs:d;:CID;MFG:CID:e;", "", std::nullopt},
       {most.substr(6) + ";CID:x", "Given", "x"},  // 1023 characters
       {most.substr(5) + ";CID:x", "Given", "Given"},
+      {std::string(1 << 20, ';') + "CID:x", "Given", "Given"},
       {"", most.substr(1) + "\U0001F5A8", most.substr(1) + "\uFFFD"}};
   for (const auto& [device_id, given, cid] : rows) {
     printer["items"]["DeviceID"] = device_id;
@@ -152,7 +160,7 @@ TEST_F(Answers, PrintQualityEntriesComeAfterTheItems) {
   WCHAR language[16] = {};
   ASSERT_GT(GetLocaleInfoW(0, LOCALE_SISO639LANGNAME, language, 16), 0);
   printer["items"].erase("CustomPQ");
-  printer["locale"][ToUtf8(language)] = std::string(kMode) + "=of the user's language";
+  printer["locale"][ToUtf8(language)] = std::string(1 << 20, 'x') + kMode + "=of the user's language";
   ExpectItems({"CustomPQ"}, {{kMode, "of the user's language"}});
 }
 
@@ -169,8 +177,11 @@ TEST_F(Answers, StatusValues) {
        StatusText(4, 2, 1)},
       {empty, 4, "1", StatusText(0, 2, 1)},
       {4, empty, "1", StatusText(4, 0, 1)},
+      {{{"type", 20}, {"value", 4294967300}}, {{"type", 0x4003}, {"value", 4}}, "1", StatusText(4, 2, 1)},
       // What is no text reads as an empty one.
       {3, 2, empty, StatusText(3, 0, 0)},
+      {3, 2, {{"type", 0x4008}, {"value", 1}}, StatusText(3, 0, 0)},
+      {3, 2, std::string(1 << 20, '0') + "80", StatusText(3, 0, 128)},
   };
   for (const auto& [printer_status, device_status, error_state, answer] : rows) {
     printer["oids"][kPrinterStatusOid] = printer_status;
