@@ -95,7 +95,8 @@ HRESULT VerifyCertBlobMatching(std::span<const BYTE> vault_certificate,
                                std::span<const BYTE> device_certificate,
                                DWORD* match) noexcept {
   return TracingFailure([&] {
-    if (vault_certificate.data() == nullptr || match == nullptr) {
+    if (vault_certificate.data() == nullptr || match == nullptr ||
+        !IsCertificateLength(vault_certificate.size())) {
       throw Failure{W("Invalid arguments\n")};
     }
     TraceLog(W("Vault Certificate lenght = %d\n"), vault_certificate.size());

@@ -198,7 +198,7 @@ HRESULT CertificateHandlingWrapper::GetDeviceCertificate() {
     return E_FAIL;
   }
   DWORD length_bytes = 0;
-  if (AskForCertificate(provider_, nullptr, &length_bytes) == 0) {
+  if (AskForCertificate(provider_, nullptr, &length_bytes) == 0 && IsCertificateLength(length_bytes)) {
     const DWORD room_bytes = length_bytes;
     std::vector<BYTE> certificate(size_t{room_bytes} + 1);  // a null buffer would ask for the length again
     const DWORD code = AskForCertificate(provider_, certificate.data(), &length_bytes);

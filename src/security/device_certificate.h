@@ -30,6 +30,12 @@ class WarningList {
   DWORD count_ = 0;
 };
 
+/// Whether a device or a vault may say that a certificate has so many bytes. None has as many as 16 MiB; more,
+/// such as all bits set, is neither allocated nor read.
+inline bool IsCertificateLength(size_t length_bytes) {
+  return length_bytes <= size_t{16} << 20;
+}
+
 /// True when one of the codes is a verdict that nobody may wave through. Codes are compared for equality: one
 /// that combines several trust-status bits is not among them.
 bool HasNonNegotiableError(std::span<const DWORD> codes);

@@ -26,6 +26,7 @@ constexpr char kIsPresent[] = "VaultStoreProvider.IsTargetPresent";
 constexpr char kNamed[] = "[IxoWrapper]:Target Name Created";
 constexpr char kUserNamed[] = "[IxoWrapper]:USER Name Created";
 constexpr char kLate[] = R"({"delay": 100})";
+constexpr char kHuge[] = R"({"length": 4294967295})";
 const std::string kCalls[] = {"", R"("call": 1)", R"("call": 2)", R"("call": 3)"};
 constexpr char kCode5[] = R"({"hresult": 5})";
 constexpr char kNo[] = "refused";
@@ -468,6 +469,9 @@ TEST_F(Failure, CertificateReads) {
       {"read", get, R"({"hresult": 31, "call": 1})", kNo, begin, no_certificate},
       {"read", get, R"({"hresult": 1, "call": 2})", kNo, begin, no_certificate},
       {"read", "=certificate.der", "", kNo, begin, no_certificate},
+      {"read", get, R"({"length": 16777217})", kNo, begin, no_certificate},
+      {"read", get, kHuge, kNo, begin, no_certificate},
+      {"read", get, With(kHuge, kCalls[2])},
       {"read", warnings, kEFail, kNo, nothing,
        Wrapper({"GetCertificateAllSecurityWarnings API Failed", "Destroyed"})},
       {"read", "", both + warnings + "\": " + kEFail + "}", kNo, begin,
@@ -513,6 +517,7 @@ TEST_F(Failure, CertificateChecks) {
       {"check", from_vault, With(kDenied, R"("deliver": true)"), "", taken, not_taken + after_taken},
       {"check", from_vault, kNull, "FALSE", "Vault Certificate lenght", invalid},
       {"check", from_vault, With(kDenied, R"("length": 5)"), "FALSE", taken, not_taken + invalid},
+      {"check", from_vault, kHuge, "FALSE", "Vault Certificate lenght", invalid},
       {"check", create, kThrow, "TRUE", "[CertStoreVault]:C", thrown},  // what was not made is not destroyed
       {"check", create_vault, kRaise5, "FALSE", kNamed, kDestroyed + ErrorLine(5, "Error in Run")},
       {"check", kSetUser, kRaise0, "TRUE", kUserNamed, kDestroyed},
