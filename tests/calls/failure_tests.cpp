@@ -285,7 +285,9 @@ TEST_F(Failure, EveryOperationInEveryWay) {
           const auto begin = std::chrono::steady_clock::now();
           ExpectRow(call, expected);
           EXPECT_TRUE(!is_late || std::chrono::steady_clock::now() - begin > 90ms) << "it was not asked";
-          ExpectRow(call, {.fault = "{}"});  // the next call
+          if (word != "=") {
+            ExpectRow(call, {.fault = "{}"});  // the next call
+          }
         });
       }
     });
@@ -407,6 +409,7 @@ TEST_F(Failure, ItemsThatCannotBeRead) {
        get_threw + kNoCid},
       {"items", strings, kThrow, no_strings, kLoadSucceeded, strings_threw},
       {"items", dispose, kThrow, "", kLoadSucceeded, strings_threw},
+      {"items", strings, kHuge},
   });
 }
 
