@@ -19,37 +19,40 @@ constexpr double kAnswerSeconds = 1.0;
 /// The functions of libcups that are used here. Requests are sent
 /// and read step by step: the functions that do all at once ask the user for a password, come back as long as
 /// a server closes its connections, or look for printers on the network.
-using CupsFunctions = LateFunctions<&::cupsEncryption,
-                                    &::cupsServer,
-                                    &::httpAssembleURIf,
-                                    &::httpClearFields,
-                                    &::httpClose,
-                                    &::httpConnect2,
-                                    &::httpEncryption,
-                                    &::httpPost,
-                                    &::httpSetField,
-                                    &::httpSetLength,
-                                    &::httpSetTimeout,
-                                    &::httpUpdate,
-                                    &::ippAddString,
-                                    &::ippAddStrings,
-                                    &::ippDelete,
-                                    &::ippFirstAttribute,
-                                    &::ippGetName,
-                                    &::ippGetStatusCode,
-                                    &::ippGetString,
-                                    &::ippLength,
-                                    &::ippNew,
-                                    &::ippNewRequest,
-                                    &::ippNextAttribute,
-                                    &::ippPort,
-                                    &::ippRead,
-                                    &::ippWrite>;
+using CupsLibrary = LateFunctions<&::cupsEncryption,
+                                  &::cupsServer,
+                                  &::httpAssembleURIf,
+                                  &::httpClearFields,
+                                  &::httpClose,
+                                  &::httpConnect2,
+                                  &::httpEncryption,
+                                  &::httpPost,
+                                  &::httpSetField,
+                                  &::httpSetLength,
+                                  &::httpSetTimeout,
+                                  &::httpUpdate,
+                                  &::ippAddString,
+                                  &::ippAddStrings,
+                                  &::ippDelete,
+                                  &::ippFirstAttribute,
+                                  &::ippGetName,
+                                  &::ippGetStatusCode,
+                                  &::ippGetString,
+                                  &::ippLength,
+                                  &::ippNew,
+                                  &::ippNewRequest,
+                                  &::ippNextAttribute,
+                                  &::ippPort,
+                                  &::ippRead,
+                                  &::ippWrite>;
+
+struct CupsFunctions : CupsLibrary {
+  CupsFunctions() : LateFunctions("libcups.so.2") {}
+};
 
 /// Null when the machine has no libcups, or one that is not whole.
 const CupsFunctions* TheCupsFunctions() {
-  static const CupsFunctions functions("libcups.so.2");
-  return functions ? &functions : nullptr;
+  return BoundOnce<CupsFunctions>();
 }
 
 using Connection = std::unique_ptr<http_t, decltype(&::httpClose)>;

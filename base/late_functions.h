@@ -15,8 +15,8 @@ namespace base {
 /// the functions is missing; `places` hold nothing then.
 ///
 /// What was loaded stays mapped for the life of the process: libraries such as libcups leave clean-up of
-/// their own behind in every thread that used them, which must not be unmapped before the thread ends. So only
-/// our own modules come and go.
+/// their own behind in every thread that used them, which must not be unmapped before the thread ends. So
+/// only our own modules come and go.
 bool BindFunctions(const char* file, std::span<const char* const> names, std::span<void*> places);
 
 /// The name of what is declared with C linkage, as the compiler writes it, and a NUL.
@@ -36,8 +36,7 @@ inline constexpr auto kNameOf = MakeNameOf<kFunction>();
 /// The functions of a library of the system that only some calls need, named once each and with the types of
 /// the library's own header: LateFunctions<&::cupsServer, &::ippPort>. A variable counts as a function.
 ///
-/// To be a local static of a function that gives it out, so that the first caller loads the library. It needs
-/// no end.
+/// To be given out by BoundOnce, so that the first caller loads the library. It needs no end.
 template <auto... kFunctions>
 class LateFunctions {
  public:
@@ -75,5 +74,25 @@ class LateFunctions {
   std::array<void*, sizeof...(kFunctions)> places_{};
   bool are_bound_;
 };
+
+/// The process's only object of a kind of LateFunctions; null while the machine has no such library. A call
+/// that could not load it, for want of memory or files, leaves it to the next one.
+template <class Functions>
+const Functions* BoundOnce() {
+  struct NotBound {};
+  struct Bound : Functions {
+    Bound() {
+      if (!*this) {
+        throw NotBound();
+      }
+    }
+  };
+  try {
+    static const Bound functions;
+    return &functions;
+  } catch (const NotBound&) {
+    return nullptr;
+  }
+}
 
 }  // namespace base

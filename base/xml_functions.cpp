@@ -16,8 +16,7 @@ class PreparedFunctions : public XmlFunctions {
 }  // namespace
 
 const XmlFunctions* TheXmlFunctions() {
-  static const PreparedFunctions functions;
-  return functions ? &functions : nullptr;
+  return BoundOnce<PreparedFunctions>();
 }
 
 }  // namespace base

@@ -32,8 +32,7 @@ SecretFunctions::SecretFunctions() : LateFunctions("libsecret-1.so.0") {
 }
 
 const SecretFunctions* TheSecretFunctions() {
-  static const SecretFunctions functions;
-  return functions ? &functions : nullptr;
+  return base::BoundOnce<SecretFunctions>();
 }
 
 }  // namespace custom_bidi::network

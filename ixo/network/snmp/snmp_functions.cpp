@@ -39,8 +39,7 @@ class ReadyFunctions : public SnmpFunctions {
 }  // namespace
 
 SnmpAccess::SnmpAccess() : locked_(g_lock) {
-  static const ReadyFunctions functions;
-  functions_ = functions ? &functions : nullptr;
+  functions_ = base::BoundOnce<ReadyFunctions>();
 }
 
 /// What init_snmp would do, without its reading of configuration files: the model declares what it would read
