@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/thread_slot.h"
 #include "pal/dom.h"
 #include "pal/internal.h"
 
 namespace {
 
-struct Apartment {
-  int initialisations;
-  DWORD model;
-};
-thread_local Apartment t_apartment{};
+/// What a thread has initialised: how often, and above those bits by which model.
+[[gnu::init_priority(101)]] base::ThreadSlot g_apartment;
+constexpr uintptr_t kCountMask = 0xFFFFFF;
+constexpr int kModelShift = 24;
 
 constexpr CLSID kDomDocumentClasses[] = {
     // 6.0, 3.0, and the one of no version
@@ -30,20 +30,21 @@ HRESULT CoInitializeEx(void* reserved, DWORD flags) {
   if (reserved != nullptr || (flags != COINIT_MULTITHREADED && flags != COINIT_APARTMENTTHREADED)) {
     return E_INVALIDARG;
   }
-  Apartment& apartment = t_apartment;
-  if (apartment.initialisations != 0 && apartment.model != flags) {
+  const uintptr_t apartment = g_apartment.Get();
+  if (apartment != 0 && apartment >> kModelShift != flags) {
     return RPC_E_CHANGED_MODE;
   }
-  apartment.model = flags;
+  g_apartment.Set(uintptr_t{flags} << kModelShift | ((apartment & kCountMask) + 1));
   pal::CountUp(pal::Kind::kComInitialisation);
-  return ++apartment.initialisations == 1 ? S_OK : S_FALSE;
+  return apartment == 0 ? S_OK : S_FALSE;
 }
 
 void CoUninitialize() {
-  if (t_apartment.initialisations == 0) {
+  const uintptr_t apartment = g_apartment.Get();
+  if (apartment == 0) {
     return;
   }
-  --t_apartment.initialisations;
+  g_apartment.Set((apartment & kCountMask) == 1 ? 0 : apartment - 1);
   pal::CountDown(pal::Kind::kComInitialisation);
 }
 
@@ -55,7 +56,7 @@ HRESULT CoCreateInstance(REFCLSID class_id, IUnknown* outer, DWORD context, REFI
   if (pal::MustFail("CoCreateInstance")) {
     return REGDB_E_CLASSNOTREG;
   }
-  if (t_apartment.initialisations == 0) {
+  if (g_apartment.Get() == 0) {
     return CO_E_NOTINITIALIZED;
   }
   if (outer != nullptr) {

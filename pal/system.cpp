@@ -9,12 +9,13 @@
 #include <string_view>
 
 #include "base/files.h"
+#include "base/thread_slot.h"
 #include "base/utf.h"
 #include "pal/internal.h"
 
 namespace {
 
-thread_local DWORD t_last_error = 0;
+[[gnu::init_priority(101)]] base::ThreadSlot g_last_error;
 
 constexpr uint32_t kFree = 0;
 constexpr uint32_t kHeld = 1;
@@ -56,11 +57,11 @@ std::string_view UserLanguage() {
 }  // namespace
 
 DWORD GetLastError() {
-  return t_last_error;
+  return static_cast<DWORD>(g_last_error.Get());
 }
 
 void SetLastError(DWORD code) {
-  t_last_error = code;
+  g_last_error.Set(code);
 }
 
 DWORD FormatMessageW(DWORD flags,

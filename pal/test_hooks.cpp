@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <memory>
 
+#include "base/thread_slot.h"
 #include "pal/internal.h"
 
 namespace pal {
@@ -11,11 +13,19 @@ namespace {
 
 std::atomic<long> g_live_counts[kKindCount];
 
-// Thread-locals of this layer have no destructor: one would keep the module loaded until the thread ends.
 constexpr size_t kNameCapacity = 64;
-thread_local char t_failing_function[kNameCapacity];  // empty: any
-thread_local int t_calls_to_go = 0;                   // 0: none is to fail
-thread_local bool t_fault_fired = false;
+
+struct Fault {
+  char function[kNameCapacity];  // empty: any
+  int calls_to_go;               // 0: none is to fail
+  bool has_fired;
+};
+/// A Fault's address, where a test has asked for one.
+[[gnu::init_priority(101)]] base::ThreadSlot g_fault;
+
+Fault* TheFault() {
+  return reinterpret_cast<Fault*>(g_fault.Get());
+}
 
 }  // namespace
 
@@ -28,16 +38,17 @@ void CountDown(Kind kind) {
 }
 
 bool MustFail(const char* function) {
-  if (t_calls_to_go == 0) {
+  Fault* const fault = TheFault();
+  if (fault == nullptr || fault->calls_to_go == 0) {
     return false;
   }
-  if (t_failing_function[0] != 0 && std::strcmp(t_failing_function, function) != 0) {
+  if (fault->function[0] != 0 && std::strcmp(fault->function, function) != 0) {
     return false;
   }
-  if (--t_calls_to_go != 0) {
+  if (--fault->calls_to_go != 0) {
     return false;
   }
-  t_fault_fired = true;
+  fault->has_fired = true;
   return true;
 }
 
@@ -46,19 +57,19 @@ void FailNthCall(int n) {
 }
 
 void FailNthCallOf(const char* function, int n) {
-  const size_t length = std::min(std::strlen(function), kNameCapacity - 1);
-  std::memcpy(t_failing_function, function, length);
-  t_failing_function[length] = 0;
-  t_calls_to_go = n;
-  t_fault_fired = false;
+  ClearFaults();
+  auto fault = std::make_unique<Fault>(Fault{{}, n, false});
+  std::memcpy(fault->function, function, std::min(std::strlen(function), kNameCapacity - 1));
+  g_fault.Set(reinterpret_cast<uintptr_t>(fault.release()));
 }
 
 bool FaultFired() {
-  return t_fault_fired;
+  return TheFault() != nullptr && TheFault()->has_fired;
 }
 
 void ClearFaults() {
-  FailNthCallOf("", 0);
+  delete TheFault();
+  g_fault.Set(0);
 }
 
 long LiveObjects() {
