@@ -168,6 +168,17 @@ std::string FileOfModule(HMODULE module) {
   return *record->l_name ? record->l_name : ExecutablePath();
 }
 
+bool IsLoaded(const void* library) {
+  const link_map* record = ModuleAt(reinterpret_cast<const void*>(&IsModule));
+  while (record != nullptr && record->l_prev != nullptr) {
+    record = record->l_prev;
+  }
+  while (record != nullptr && record != library) {
+    record = record->l_next;
+  }
+  return record != nullptr;
+}
+
 }  // namespace
 
 HMODULE LoadLibraryW(const WCHAR* path) {
@@ -197,7 +208,9 @@ HMODULE LoadLibraryW(const WCHAR* path) {
 }
 
 BOOL FreeLibrary(HMODULE module) {
-  if (!IsModule(module) || dlclose(module) != 0) {
+  // The loader needs memory to take a library out. Where there is none it drops the reference alone, and the
+  // library goes when it is next loaded and freed.
+  if (!IsModule(module) || (dlclose(module) != 0 && !IsLoaded(module))) {
     return FailWith(ERROR_INVALID_HANDLE, FALSE);
   }
   pal::CountDown(pal::Kind::kModule);
