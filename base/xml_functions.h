@@ -4,13 +4,15 @@
 #include <libxml/tree.h>
 #include <libxml/uri.h>
 #include <libxml/xpath.h>
+#include <libxml/xpathInternals.h>
 
 #include "base/late_functions.h"
 
 namespace base {
 
 /// The functions of libxml2 that are used here. xmlFree is a variable.
-using XmlFunctions = LateFunctions<&::__xmlStructuredError,
+using XmlFunctions = LateFunctions<&::valuePop,
+                                   &::__xmlStructuredError,
                                    &::__xmlStructuredErrorContext,
                                    &::xmlCtxtReadMemory,
                                    &::xmlDocGetRootElement,
@@ -20,6 +22,7 @@ using XmlFunctions = LateFunctions<&::__xmlStructuredError,
                                    &::xmlFreeURI,
                                    &::xmlGetNoNsProp,
                                    &::xmlInitParser,
+                                   &::xmlMalloc,
                                    &::xmlNewParserCtxt,
                                    &::xmlNodeGetContent,
                                    &::xmlParseURIRaw,
@@ -27,10 +30,12 @@ using XmlFunctions = LateFunctions<&::__xmlStructuredError,
                                    &::xmlResetLastError,
                                    &::xmlSetStructuredErrorFunc,
                                    &::xmlStopParser,
-                                   &::xmlXPathEvalExpression,
+                                   &::xmlXPathEvalExpr,
                                    &::xmlXPathFreeContext,
                                    &::xmlXPathFreeObject,
-                                   &::xmlXPathNewContext>;
+                                   &::xmlXPathFreeParserContext,
+                                   &::xmlXPathNewContext,
+                                   &::xmlXPathNewParserContext>;
 
 /// Loads libxml2 at the first call; null when the machine has none. With the tables for character sets that
 /// it brings along it costs more than all of a call that reads no XML.

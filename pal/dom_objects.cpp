@@ -189,6 +189,35 @@ class DomAttributes final : public DomObject<IXMLDOMNamedNodeMap> {
 
 void IgnoreXmlError(void*, xmlErrorPtr) {}
 
+using XPathResult = std::unique_ptr<xmlXPathObject, void (*)(xmlXPathObjectPtr)>;
+
+/// What libxml2's xmlXPathEvalExpression does, which frees a context twice when there is no memory for its
+/// stack of values: so that is made here. Null when the query is malformed.
+XPathResult RunQuery(xmlXPathContext* context, const std::string& query) {
+  constexpr int kFirstValues = 10;
+  const std::unique_ptr<xmlXPathParserContext, void (*)(xmlXPathParserContextPtr)> parser(
+      Xml().Call<&::xmlXPathNewParserContext>(reinterpret_cast<const xmlChar*>(query.c_str()), context),
+      Xml().Get<&::xmlXPathFreeParserContext>());
+  if (!parser) {
+    throw std::bad_alloc();
+  }
+  parser->valueTab =
+      static_cast<xmlXPathObjectPtr*>((*Xml().Get<&::xmlMalloc>())(kFirstValues * sizeof(xmlXPathObjectPtr)));
+  if (parser->valueTab == nullptr) {
+    throw std::bad_alloc();
+  }
+  parser->valueMax = kFirstValues;
+  Xml().Call<&::xmlXPathEvalExpr>(parser.get());
+  XPathResult result(Xml().Call<&::valuePop>(parser.get()), Xml().Get<&::xmlXPathFreeObject>());
+  if (parser->error == XPATH_MEMORY_ERROR) {
+    throw std::bad_alloc();
+  }
+  if (parser->error != XPATH_EXPRESSION_OK) {
+    result.reset();
+  }
+  return result;
+}
+
 // S_OK with the nodes in document order, which may be none; E_FAIL when the query is malformed or gives
 // something that is not a node of the tree.
 HRESULT Evaluate(const NodeInTree& at, BSTR query, std::vector<xmlNode*>* nodes) {
@@ -211,10 +240,7 @@ HRESULT Evaluate(const NodeInTree& at, BSTR query, std::vector<xmlNode*>* nodes)
   }
   context->node = at.node;
   const std::string expression = base::ToUtf8(text);
-  const std::unique_ptr<xmlXPathObject, void (*)(xmlXPathObjectPtr)> result(
-      Xml().Call<&::xmlXPathEvalExpression>(reinterpret_cast<const xmlChar*>(expression.c_str()),
-                                            context.get()),
-      Xml().Get<&::xmlXPathFreeObject>());
+  const XPathResult result = RunQuery(context.get(), expression);
   if (!result || result->type != XPATH_NODESET) {
     return E_FAIL;
   }
