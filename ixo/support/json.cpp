@@ -46,10 +46,13 @@ namespace {
 
 using WipedString = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 using Parser = nlohmann::basic_json<std::map, std::vector, WipedString>;
-using Writer = nlohmann::json;
+using Writer = nlohmann::json;  // of scalars
 
-/// Builds the document of what the parser comes upon. Without recursion, as a file may be as deep as it is
-/// long.
+/// What is nested deeper is refused, so that a document can be taken apart by recursion, which needs no
+/// memory.
+constexpr size_t kMaxDepth = 100;
+
+/// Builds the document of what the parser comes upon.
 class Builder {
  public:
   Json Take() { return std::move(root_); }
@@ -98,6 +101,9 @@ class Builder {
   }
 
   bool Open(Json::Content content) {
+    if (open_.size() == kMaxDepth) {
+      throw DescriptionError("more than " + std::to_string(kMaxDepth) + " values are nested");
+    }
     open_.push_back(&Place(std::move(content)));
     return true;
   }
@@ -113,55 +119,36 @@ class Builder {
   std::string name_;
 };
 
-/// The same as the library's own, which knows how to write it.
-struct ToWriter {
-  Writer operator()(const SecureText& text) const { return static_cast<const std::string&>(text); }
+/// A value as text. The library writes scalars alone: its containers ask for memory when they are destroyed,
+/// and the process ends when there is none.
+struct ToText {
+  std::string operator()(const SecureText& text) const {
+    return Writer(static_cast<const std::string&>(text)).dump();
+  }
 
   template <class Scalar>
-  Writer operator()(const Scalar& scalar) const {
-    return scalar;
+  std::string operator()(const Scalar& scalar) const {
+    return Writer(scalar).dump();
   }
 
-  Writer operator()(const Json::Array& array) const {
-    Writer copy = Writer::array();
+  std::string operator()(const Json::Array& array) const {
+    std::string text;
     for (const Json& element : array) {
-      copy.push_back(std::visit(*this, element.content()));
+      text += (text.empty() ? "" : ",") + element.dump();
     }
-    return copy;
+    return "[" + text + "]";
   }
 
-  Writer operator()(const Json::Object& object) const {
-    Writer copy = Writer::object();
+  std::string operator()(const Json::Object& object) const {
+    std::string text;
     for (const auto& [name, value] : object) {
-      copy[name] = std::visit(*this, value.content());
+      text += (text.empty() ? "" : ",") + Writer(name).dump() + ":" + value.dump();
     }
-    return copy;
+    return "{" + text + "}";
   }
 };
 
-/// Moves what is in a value to the end of a list.
-void TakeParts(Json::Content& content, Json::Array& parts) {
-  if (auto* const array = std::get_if<Json::Array>(&content)) {
-    std::ranges::move(*array, std::back_inserter(parts));
-    array->clear();
-  } else if (auto* const object = std::get_if<Json::Object>(&content)) {
-    for (auto& [name, value] : *object) {
-      parts.push_back(std::move(value));
-    }
-    object->clear();
-  }
-}
-
 }  // namespace
-
-Json::~Json() {
-  Array parts;
-  for (TakeParts(content_, parts); !parts.empty();) {
-    Json part = std::move(parts.back());
-    parts.pop_back();
-    TakeParts(part.content_, parts);
-  }
-}
 
 const char* Json::type_name() const {
   constexpr const char* kNames[] = {"null",   "boolean", "number", "number",
@@ -171,7 +158,7 @@ const char* Json::type_name() const {
 }
 
 std::string Json::dump() const {
-  return std::visit(ToWriter(), content_).dump();
+  return std::visit(ToText(), content_);
 }
 
 bool Json::contains(std::string_view name) const {

@@ -31,8 +31,9 @@ class Json {
   explicit Json(Content content) : content_(std::move(content)) {}
   Json(Json&&) noexcept = default;
   Json& operator=(Json&&) noexcept = default;
-  /// However deep the document is, its parts go one after the other.
-  ~Json();
+  Json(const Json&) = delete;
+  Json& operator=(const Json&) = delete;
+  ~Json() = default;
 
   bool is_null() const { return Is<std::nullptr_t>(); }
   bool is_boolean() const { return Is<bool>(); }
