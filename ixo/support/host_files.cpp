@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -27,9 +28,13 @@ std::optional<SecureText> ReadBesideHost(const char* name, std::string& shown_pa
     if (errno == ENOENT) {
       return std::nullopt;
     }
+    if (errno == ENOMEM) {
+      throw std::bad_alloc();
+    }
     throw std::runtime_error("the file cannot be opened");
   }
-  // Wherever it has been it is wiped, since it may hold secrets; so there is no buffer of the system's, either.
+  // Wherever it has been it is wiped, since it may hold secrets; so there is no buffer of the system's,
+  // either.
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   std::vector<char, WipingAllocator<char>> content;
   std::vector<char, WipingAllocator<char>> block(16384);

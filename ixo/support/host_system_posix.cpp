@@ -29,7 +29,12 @@ std::FILE* OpenBesideHost(const char* name, Opening opening, std::string& shown_
     errno = code == ERROR_FILE_NOT_FOUND ? ENOENT : EACCES;
     return nullptr;
   }
-  return fdopen(opened, reads ? "rb" : "ab");
+  base::FileDescriptor file(opened);
+  std::FILE* const stream = fdopen(opened, reads ? "rb" : "ab");
+  if (stream != nullptr) {
+    file.Release();
+  }
+  return stream;
 }
 
 DWORD CheckReadable(const WCHAR* path) {
