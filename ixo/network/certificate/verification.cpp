@@ -1,5 +1,6 @@
 #include "ixo/network/certificate/verification.h"
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
@@ -146,6 +147,15 @@ int TakeDown(int fine, X509_STORE_CTX* verification) {
   return 1;
 }
 
+/// Then no finding can be relied upon: to OpenSSL what it could not read is often just not there.
+bool HasLackedMemory() {
+  bool has_lacked = false;
+  while (const unsigned long error = ERR_get_error()) {
+    has_lacked = has_lacked || ERR_GET_REASON(error) == ERR_R_MALLOC_FAILURE;
+  }
+  return has_lacked;
+}
+
 void ExpectHost(X509_VERIFY_PARAM* expected, const std::string& host) {
   // No certificate names the interface that a link-local address goes by.
   const std::string address = host.substr(0, host.find('%'));
@@ -199,6 +209,7 @@ VerifyProblems VerifyPresented(X509_STORE* store,
                                STACK_OF(X509) * chain,
                                const std::string& host) {
   VerifyProblems problems;
+  ERR_clear_error();
   const std::unique_ptr<X509_STORE_CTX, FreeAll> verification(X509_STORE_CTX_new());
   if (!verification || X509_STORE_CTX_init(verification.get(), store, certificate, chain) != 1) {
     throw std::bad_alloc();
@@ -207,11 +218,16 @@ VerifyProblems VerifyPresented(X509_STORE* store,
   X509_VERIFY_PARAM* const expected = X509_STORE_CTX_get0_param(verification.get());
   X509_VERIFY_PARAM_set_auth_level(expected, kSecurityLevel);
   ExpectHost(expected, host);
-  X509_STORE_CTX_set_app_data(verification.get(), &problems);
+  if (X509_STORE_CTX_set_app_data(verification.get(), &problems) != 1) {
+    throw std::bad_alloc();
+  }
   X509_STORE_CTX_set_verify_cb(verification.get(), TakeDown);
   if (X509_verify_cert(verification.get()) != 1) {
     // It could not be carried through.
     problems.set(X509_V_ERR_UNSPECIFIED);
+  }
+  if (HasLackedMemory() || problems[X509_V_ERR_OUT_OF_MEM]) {
+    throw std::bad_alloc();
   }
   return problems;
 }
