@@ -6,6 +6,7 @@
 #include "ixo/network/keyring/network_vault.h"
 #include "ixo/network/settings.h"
 #include "ixo/support/objects.h"
+#include "ixo/support/results.h"
 
 namespace custom_bidi::network {
 namespace {
@@ -28,7 +29,7 @@ deviceio::CertificateProvider* MakeFor(deviceio::PrinterAddress* address) {
 extern "C" {
 
 deviceio::VaultStoreProvider* CreateVaultStoreProvider() {
-  return g_vault_providers.Make();
+  return support::RaisingNoMemory([] { return g_vault_providers.Make(); });
 }
 
 void DisposeVaultStoreProvider(deviceio::VaultStoreProvider* provider) {
@@ -37,10 +38,12 @@ void DisposeVaultStoreProvider(deviceio::VaultStoreProvider* provider) {
 
 /// Without an address both modes make a provider for no device, which is how dates are checked.
 deviceio::CertificateProvider* CreateCertificateProvider(deviceio::PrinterAddress* address, DWORD mode) {
-  if (address != nullptr) {
-    return mode == kForDevice ? MakeFor(address) : nullptr;
-  }
-  return mode == kForDevice || mode == kWithoutDevice ? g_certificate_providers.Make() : nullptr;
+  return support::RaisingNoMemory([=]() -> deviceio::CertificateProvider* {
+    if (address != nullptr) {
+      return mode == kForDevice ? MakeFor(address) : nullptr;
+    }
+    return mode == kForDevice || mode == kWithoutDevice ? g_certificate_providers.Make() : nullptr;
+  });
 }
 
 void DisposeCertificateProviderPtr(deviceio::CertificateProvider* provider) {

@@ -123,12 +123,13 @@ void Device::AskForAttributes() {
     return;
   }
   asked_ = true;
+  code_ = ERROR_NOT_ENOUGH_MEMORY;  // unless all that follows is done
   language_ = UserLanguage();
   std::vector<std::string> names = AttributesOf(map_);
   names.insert(names.end(), {kDeviceIdAttribute, kStringsUriAttribute});
   IppAnswer answer;
-  code_ = GetPrinterAttributes(address_, settings_, names, language_, answer);
-  if (code_ != ERROR_SUCCESS) {
+  if (const DWORD code = GetPrinterAttributes(address_, settings_, names, language_, answer)) {
+    code_ = code;
     return;
   }
   strings_uri_ = FirstTextOf(answer, kStringsUriAttribute);
@@ -137,6 +138,7 @@ void Device::AskForAttributes() {
       answers_.back().emplace(name, std::move(*value));
     }
   }
+  code_ = ERROR_SUCCESS;
 }
 
 DWORD Device::ReadStrings(WStringView language, WString& text) {
@@ -193,11 +195,11 @@ class NetworkDataCollection final : public support::DataCollection {
  public:
   explicit NetworkDataCollection(Device& device) : device_(device) {}
 
-  HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
+ private:
+  HRESULT DoGetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
     return name != nullptr && value != nullptr ? device_.ReadItem(name, value) : E_INVALIDARG;
   }
 
- private:
   Device& device_;
 };
 
@@ -224,22 +226,26 @@ HRESULT CreateDataCollectionFromFile(deviceio::PrinterAddress* address,
     return E_INVALIDARG;
   }
   *collection = nullptr;
-  Device* const device = DeviceAt(address);
-  if (device == nullptr) {
-    return E_FAIL;
-  }
-  DataMap map;
-  if (const DWORD code = ReadDataMap(xml_path, map)) {
-    return support::ResultFromWin32(code);
-  }
-  device->Describe(std::move(map));
-  *collection = g_collections.Make(*device);
-  return S_OK;
+  return support::OrNoMemory(support::kNoMemory, [=] {
+    Device* const device = DeviceAt(address);
+    if (device == nullptr) {
+      return E_FAIL;
+    }
+    DataMap map;
+    if (const DWORD code = ReadDataMap(xml_path, map)) {
+      return support::ResultFromWin32(code);
+    }
+    device->Describe(std::move(map));
+    *collection = g_collections.Make(*device);
+    return S_OK;
+  });
 }
 
 deviceio::OidProvider* CreateOIDProvider(deviceio::PrinterAddress* address) {
-  Device* const device = DeviceAt(address);
-  return device != nullptr ? g_oid_providers.Make(device->Oids()) : nullptr;
+  return support::RaisingNoMemory([=] {
+    Device* const device = DeviceAt(address);
+    return device != nullptr ? g_oid_providers.Make(device->Oids()) : nullptr;
+  });
 }
 
 LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
@@ -254,17 +260,19 @@ LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
   if (address == nullptr || language == nullptr) {
     return E_INVALIDARG;
   }
-  Device* const device = DeviceAt(address);
-  if (device == nullptr) {
-    return E_FAIL;
-  }
-  WString text;
-  if (const DWORD code = device->ReadStrings(language, text)) {
-    return support::ResultFromWin32(code);
-  }
-  *buffer = g_string_buffers.Make(text);
-  *length = text.size();
-  return ERROR_SUCCESS;
+  return support::OrNoMemory(support::kNoMemory, [=]() -> LONG {
+    Device* const device = DeviceAt(address);
+    if (device == nullptr) {
+      return E_FAIL;
+    }
+    WString text;
+    if (const DWORD code = device->ReadStrings(language, text)) {
+      return support::ResultFromWin32(code);
+    }
+    *buffer = g_string_buffers.Make(text);
+    *length = text.size();
+    return ERROR_SUCCESS;
+  });
 }
 
 void DisposeStringBuffer(WCHAR* buffer, ULONGLONG /*length*/) {

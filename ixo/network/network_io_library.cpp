@@ -11,6 +11,7 @@
 #include "ixo/network/location.h"
 #include "ixo/network/settings.h"
 #include "ixo/support/objects.h"
+#include "ixo/support/results.h"
 
 namespace custom_bidi::network {
 namespace {
@@ -27,8 +28,14 @@ class NetworkAddress final : public DeviceAddress {
       : DeviceAddress(std::move(location), RandomNumber()), text_(base::ToUtf16(Where().ToText())) {}
 
   LONG IsActive() override {
-    const Settings* const settings = TheSettings();
-    return settings != nullptr && Knock(Deadline(settings->deadline)) == ERROR_SUCCESS ? 1 : 0;
+    return support::RaisingNoMemory([this]() -> LONG {
+      const Settings* const settings = TheSettings();
+      const DWORD code = settings != nullptr ? Knock(Deadline(settings->deadline)) : ERROR_GEN_FAILURE;
+      if (code == kNoResources || code == ERROR_NOT_ENOUGH_MEMORY) {
+        throw code;  // nobody knows, and "no" would be taken for a device that is not there
+      }
+      return code == ERROR_SUCCESS ? 1 : 0;
+    });
   }
 
   const WCHAR* GetAddressString() override { return text_.c_str(); }
@@ -54,6 +61,15 @@ class NetworkAddress final : public DeviceAddress {
 
 support::Keep<NetworkAddress> g_addresses;
 
+/// Given while there is no memory for another: nobody knows what is there, and without an address it would be
+/// taken for nothing.
+class UnknownAddress final : public deviceio::PrinterAddress {
+ public:
+  LONG IsActive() override { throw DWORD{ERROR_NOT_ENOUGH_MEMORY}; }
+  const WCHAR* GetAddressString() override { return W(""); }
+};
+UnknownAddress g_unknown_address;
+
 struct ClosePrinterHandle {
   void operator()(void* printer) const { ClosePrinter(printer); }
 };
@@ -75,8 +91,14 @@ WString PortOfQueue(const WCHAR* name) {
   return is_told && (info[0].pPortName != nullptr) ? info[0].pPortName : W("");
 }
 
-deviceio::PrinterAddress* Make(std::optional<Location> location) {
-  return location ? g_addresses.Make(std::move(*location)) : nullptr;
+/// `locate` finds what the name means.
+template <class Locate>
+deviceio::PrinterAddress* Make(const WCHAR* name, Locate&& locate) {
+  return support::OrNoMemory<deviceio::PrinterAddress*>(
+      &g_unknown_address, [&]() -> deviceio::PrinterAddress* {
+        std::optional<Location> location = name != nullptr ? locate(name) : std::nullopt;
+        return location ? g_addresses.Make(std::move(*location)) : nullptr;
+      });
 }
 
 }  // namespace
@@ -84,19 +106,19 @@ deviceio::PrinterAddress* Make(std::optional<Location> location) {
 extern "C" {
 
 deviceio::PrinterAddress* CreateAddressFromQueueName(const WCHAR* name) {
-  return name != nullptr ? Make(LocationFromPortName(PortOfQueue(name))) : nullptr;
+  return Make(name, [](const WCHAR* queue) { return LocationFromPortName(PortOfQueue(queue)); });
 }
 
 deviceio::PrinterAddress* CreateAddressFromPortName(const WCHAR* name) {
-  return name != nullptr ? Make(LocationFromPortName(name)) : nullptr;
+  return Make(name, LocationFromPortName);
 }
 
 deviceio::PrinterAddress* CreateAddressFromIPAddress(const WCHAR* name) {
-  return name != nullptr ? Make(LocationFromIpAddress(name)) : nullptr;
+  return Make(name, LocationFromIpAddress);
 }
 
 deviceio::PrinterAddress* CreateAddressFromHostName(const WCHAR* name) {
-  return name != nullptr ? Make(LocationFromHostName(name)) : nullptr;
+  return Make(name, LocationFromHostName);
 }
 
 }  // extern "C"

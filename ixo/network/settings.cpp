@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <stdexcept>
 
@@ -165,6 +166,8 @@ std::unique_ptr<const Settings> TryReadSettings() {
       RequireOwnFile(path);
     }
     return settings;
+  } catch (const std::bad_alloc&) {
+    throw;  // not the file's fault
   } catch (const std::exception& error) {
     std::fputs((path + ": " + error.what() + "\n").c_str(), stderr);
     return nullptr;
@@ -180,8 +183,8 @@ std::unique_ptr<const Settings> g_settings;
 const Settings* TheSettings() {
   const support::Locked locked(g_settings_lock);
   if (!g_settings_read) {
-    g_settings_read = true;
     g_settings = TryReadSettings();
+    g_settings_read = true;
   }
   return g_settings.get();
 }

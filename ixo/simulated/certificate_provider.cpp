@@ -7,7 +7,9 @@
 
 namespace custom_bidi::simulated {
 
-HRESULT SimulatedCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
+HRESULT SimulatedCertificateProvider::DoGetDeviceUUID(WCHAR* uuid,
+                                                      DWORD capacity_chars,
+                                                      DWORD* length_chars) {
   if (uuid == nullptr || capacity_chars == 0 || length_chars == nullptr) {
     return E_INVALIDARG;
   }
@@ -38,9 +40,9 @@ HRESULT SimulatedCertificateProvider::ReadUuid(std::optional<DWORD> told,
   return S_OK;
 }
 
-HRESULT SimulatedCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
-                                                                        DWORD capacity,
-                                                                        DWORD* count) {
+HRESULT SimulatedCertificateProvider::DoGetCertificateAllSecurityWarnings(DWORD* codes,
+                                                                          DWORD capacity,
+                                                                          DWORD* count) {
   if (codes == nullptr || count == nullptr) {
     return E_INVALIDARG;
   }
@@ -64,12 +66,12 @@ HRESULT SimulatedCertificateProvider::ReadWarnings(DWORD* codes, DWORD capacity,
   return S_OK;
 }
 
-DWORD SimulatedCertificateProvider::GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
-                                                         BYTE* bytes,
-                                                         DWORD* length_bytes,
-                                                         const WORD* eight,
-                                                         DWORD ten,
-                                                         DWORD* unread) {
+DWORD SimulatedCertificateProvider::DoGetDeviceCertificate(const deviceio::KeyTypeList* key_types,
+                                                           BYTE* bytes,
+                                                           DWORD* length_bytes,
+                                                           const WORD* eight,
+                                                           DWORD ten,
+                                                           DWORD* unread) {
   if (!support::IsCertificateQuestion(key_types, length_bytes, eight, ten, unread)) {
     return ERROR_INVALID_PARAMETER;
   }
@@ -104,9 +106,9 @@ DWORD SimulatedCertificateProvider::ReadCertificate(std::optional<DWORD> told,
   return ERROR_SUCCESS;
 }
 
-HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
-                                                           DWORD length_bytes,
-                                                           LONG* valid) {
+HRESULT SimulatedCertificateProvider::DoCheckCertificateDate(const BYTE* bytes,
+                                                             DWORD length_bytes,
+                                                             LONG* valid) {
   if (bytes == nullptr || valid == nullptr) {
     return E_INVALIDARG;
   }
@@ -121,7 +123,7 @@ HRESULT SimulatedCertificateProvider::CheckCertificateDate(const BYTE* bytes,
   return Remember(FAILED(result) ? result : course.result);
 }
 
-DWORD SimulatedCertificateProvider::GetLastErrorCode() {
+DWORD SimulatedCertificateProvider::DoGetLastErrorCode() {
   const Course course = EnterNoted(Operation::kCertificateGetLastErrorCode, name_);
   if (course.give_null || course.result != S_OK) {
     return static_cast<DWORD>(course.result);

@@ -17,20 +17,20 @@ class SimulatedCertificateProvider final : public support::CertificateProvider {
 
   const std::string& Name() const { return name_; }
 
-  HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
-  HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
+ private:
+  HRESULT DoGetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
+  HRESULT DoGetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
   /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
   /// is needed, when that is too little.
-  DWORD GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
-                             BYTE* bytes,
-                             DWORD* length_bytes,
-                             const WORD* eight,
-                             DWORD ten,
-                             DWORD* unread) override;
-  HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
-  DWORD GetLastErrorCode() override;
+  DWORD DoGetDeviceCertificate(const deviceio::KeyTypeList* key_types,
+                               BYTE* bytes,
+                               DWORD* length_bytes,
+                               const WORD* eight,
+                               DWORD ten,
+                               DWORD* unread) override;
+  HRESULT DoCheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
+  DWORD DoGetLastErrorCode() override;
 
- private:
   // What is `told` in place of the true length comes with as much as the buffer holds.
   HRESULT ReadUuid(std::optional<DWORD> told, WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) const;
   HRESULT ReadWarnings(DWORD* codes, DWORD capacity, DWORD* count) const;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,8 @@ std::unique_ptr<const Printer> TryReadPrinter() {
   try {
     const std::optional<std::string> content = support::ReadBesideHost(kFileName, shown_path);
     return std::make_unique<const Printer>(ReadPrinter(content ? *content : kDefaultPrinter));
+  } catch (const std::bad_alloc&) {
+    throw;  // not the file's fault
   } catch (const std::exception& error) {
     std::fputs((shown_path + ": " + error.what() + "\n").c_str(), stderr);
     return nullptr;
@@ -30,8 +33,8 @@ std::unique_ptr<const Printer> TryReadPrinter() {
 const Printer* Library::ThePrinter() {
   const support::Locked locked(lock_);
   if (!read_) {
-    read_ = true;
     printer_ = TryReadPrinter();
+    read_ = true;
   }
   return printer_.get();
 }

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "ixo/support/host_files.h"
@@ -38,6 +39,8 @@ void NoteCall(Operation operation, const std::string& object) {
   line += ' ' + object + '\n';
   try {
     Append(*printer->log, line);
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& error) {
     std::fputs((std::string(error.what()) + "\n").c_str(), stderr);
   }

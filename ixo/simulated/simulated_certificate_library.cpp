@@ -50,29 +50,37 @@ class Named {
 Named<SimulatedVaultStoreProvider> g_vault_providers("vault");
 Named<SimulatedCertificateProvider> g_certificate_providers("certificate");
 
+const Printer* ThePrinter() {
+  return support::RaisingNoMemory([] { return CertificateLibrary().ThePrinter(); });
+}
+
 /// Makes an object, unless the printer's file says otherwise, and notes which.
 template <class Make>
 auto Create(Operation operation, Make&& make) -> decltype(make()) {
-  try {
-    if (!CertificateLibrary().Enter(operation, {}).give_null) {
-      auto* const made = make();
-      NoteCall(operation, made->Name());
-      return made;
+  return support::RaisingNoMemory([&]() -> decltype(make()) {
+    try {
+      if (!CertificateLibrary().Enter(operation, {}).give_null) {
+        auto* const made = make();
+        NoteCall(operation, made->Name());
+        return made;
+      }
+    } catch (...) {
+      NoteCall(operation, kNone);
+      throw;
     }
-  } catch (...) {
     NoteCall(operation, kNone);
-    throw;
-  }
-  NoteCall(operation, kNone);
-  return nullptr;
+    return nullptr;
+  });
 }
 
 template <class Object>
 void Dispose(Operation operation, Named<Object>& lent, const void* object) {
-  if (CertificateLibrary().ThePrinter() != nullptr) {
-    EnterNoted(operation, lent.NameOf(object));
-  }
-  lent.TakeBack(object);
+  support::RaisingNoMemory([&] {
+    if (CertificateLibrary().ThePrinter() != nullptr) {
+      EnterNoted(operation, lent.NameOf(object));
+    }
+    lent.TakeBack(object);
+  });
 }
 
 /// Null when the provider is to say that there is none: the printer has none, or there is no way to it.
@@ -88,7 +96,7 @@ const Certificate* CertificateOf(const Printer& printer,
 extern "C" {
 
 deviceio::VaultStoreProvider* CreateVaultStoreProvider() {
-  if (CertificateLibrary().ThePrinter() == nullptr) {
+  if (ThePrinter() == nullptr) {
     return nullptr;
   }
   return Create(Operation::kCreateVaultStoreProvider, [] { return g_vault_providers.Make(); });
@@ -99,7 +107,7 @@ void DisposeVaultStoreProvider(deviceio::VaultStoreProvider* provider) {
 }
 
 deviceio::CertificateProvider* CreateCertificateProvider(deviceio::PrinterAddress* address, DWORD mode) {
-  const Printer* const printer = CertificateLibrary().ThePrinter();
+  const Printer* const printer = ThePrinter();
   const bool meaningful = mode == kForDevice || (mode == kWithoutDevice && address == nullptr);
   if (printer == nullptr || !meaningful) {
     return nullptr;

@@ -29,8 +29,8 @@ HRESULT Deliver(const Course& course, const support::Value* found, VARIANT* valu
 }
 
 class SimulatedDataCollection final : public support::DataCollection {
- public:
-  HRESULT GetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
+ private:
+  HRESULT DoGetValue(const WCHAR* name, VARIANT* value, LONG /*flag*/) override {
     if (name == nullptr || value == nullptr) {
       return E_INVALIDARG;
     }
@@ -40,8 +40,8 @@ class SimulatedDataCollection final : public support::DataCollection {
 };
 
 class SimulatedOidProvider final : public support::OidProvider {
- public:
-  HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
+ private:
+  HRESULT DoGetValue(const WCHAR* oid, VARIANT* value) override {
     if (oid == nullptr || value == nullptr) {
       return E_INVALIDARG;
     }
@@ -66,25 +66,29 @@ HRESULT CreateDataCollectionFromFile(deviceio::PrinterAddress* address,
     return E_INVALIDARG;
   }
   *collection = nullptr;
-  if (g_library.ThePrinter() == nullptr) {
-    return E_FAIL;
-  }
-  const Course course = g_library.Enter(Operation::kCreateDataCollectionFromFile, xml_path);
-  if (course.StopsWork()) {
+  return support::OrNoMemory(support::kNoMemory, [=] {
+    if (g_library.ThePrinter() == nullptr) {
+      return E_FAIL;
+    }
+    const Course course = g_library.Enter(Operation::kCreateDataCollectionFromFile, xml_path);
+    if (course.StopsWork()) {
+      return course.result;
+    }
+    if (const DWORD code = support::CheckReadable(xml_path)) {
+      return support::ResultFromWin32(code);
+    }
+    *collection = g_collections.Make();
     return course.result;
-  }
-  if (const DWORD code = support::CheckReadable(xml_path)) {
-    return support::ResultFromWin32(code);
-  }
-  *collection = g_collections.Make();
-  return course.result;
+  });
 }
 
 deviceio::OidProvider* CreateOIDProvider(deviceio::PrinterAddress* address) {
-  if (address == nullptr || g_library.ThePrinter() == nullptr) {
-    return nullptr;
-  }
-  return g_library.Enter(Operation::kCreateOidProvider, {}).give_null ? nullptr : g_oid_providers.Make();
+  return support::RaisingNoMemory([=]() -> deviceio::OidProvider* {
+    if (address == nullptr || g_library.ThePrinter() == nullptr) {
+      return nullptr;
+    }
+    return g_library.Enter(Operation::kCreateOidProvider, {}).give_null ? nullptr : g_oid_providers.Make();
+  });
 }
 
 LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
@@ -99,21 +103,23 @@ LONG GetDeviceLocaleStrings(deviceio::PrinterAddress* address,
   if (address == nullptr || language == nullptr) {
     return E_INVALIDARG;
   }
-  const Printer* const printer = g_library.ThePrinter();
-  if (printer == nullptr) {
-    return E_FAIL;
-  }
-  const Course course = g_library.Enter(Operation::kGetDeviceLocaleStrings, language);
-  if (course.StopsWork()) {
+  return support::OrNoMemory(support::kNoMemory, [=]() -> LONG {
+    const Printer* const printer = g_library.ThePrinter();
+    if (printer == nullptr) {
+      return E_FAIL;
+    }
+    const Course course = g_library.Enter(Operation::kGetDeviceLocaleStrings, language);
+    if (course.StopsWork()) {
+      return course.result;
+    }
+    const WString* const text = printer->FindLocale(language);
+    if (text == nullptr) {
+      return kNoSuchLanguage;
+    }
+    *buffer = g_string_buffers.Make(*text);
+    *length = course.length.value_or(static_cast<DWORD>(text->size()));
     return course.result;
-  }
-  const WString* const text = printer->FindLocale(language);
-  if (text == nullptr) {
-    return kNoSuchLanguage;
-  }
-  *buffer = g_string_buffers.Make(*text);
-  *length = course.length.value_or(static_cast<DWORD>(text->size()));
-  return course.result;
+  });
 }
 
 void DisposeStringBuffer(WCHAR* buffer, ULONGLONG /*length*/) {

@@ -36,15 +36,17 @@ class SimulatedAddress final : public deviceio::PrinterAddress {
 support::Keep<SimulatedAddress> g_addresses;
 
 deviceio::PrinterAddress* MakeAddress(Operation operation, AddressKind kind, const WCHAR* name) {
-  const Printer* const printer = g_library.ThePrinter();
-  if (name == nullptr || printer == nullptr) {
-    return nullptr;
-  }
-  if (g_library.Enter(operation, name).give_null) {
-    return nullptr;
-  }
-  const Address* const address = printer->FindAddress(kind, name);
-  return address != nullptr ? g_addresses.Make(name, *address) : nullptr;
+  return support::RaisingNoMemory([=]() -> deviceio::PrinterAddress* {
+    const Printer* const printer = g_library.ThePrinter();
+    if (name == nullptr || printer == nullptr) {
+      return nullptr;
+    }
+    if (g_library.Enter(operation, name).give_null) {
+      return nullptr;
+    }
+    const Address* const address = printer->FindAddress(kind, name);
+    return address != nullptr ? g_addresses.Make(name, *address) : nullptr;
+  });
 }
 
 }  // namespace

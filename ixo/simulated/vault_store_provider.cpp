@@ -6,7 +6,7 @@
 
 namespace custom_bidi::simulated {
 
-DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_bytes) {
+DWORD SimulatedVaultStoreProvider::DoSaveTarget(const BYTE* bytes, DWORD length_bytes) {
   const Course course = EnterNoted(Operation::kVaultSaveTarget, name_, target_);
   if (course.StopsCodedWork()) {
     return static_cast<DWORD>(course.result);
@@ -18,7 +18,7 @@ DWORD SimulatedVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_by
   return code == ERROR_SUCCESS ? static_cast<DWORD>(course.result) : code;
 }
 
-HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
+HRESULT SimulatedVaultStoreProvider::DoGetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
   if (bytes == nullptr || length_bytes == nullptr) {
     return E_INVALIDARG;
   }
@@ -39,7 +39,7 @@ HRESULT SimulatedVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* lengt
   return course.result;
 }
 
-DWORD SimulatedVaultStoreProvider::DeleteTarget() {
+DWORD SimulatedVaultStoreProvider::DoDeleteTarget() {
   const Course course = EnterNoted(Operation::kVaultDeleteTarget, name_, target_);
   if (course.StopsCodedWork()) {
     return static_cast<DWORD>(course.result);
@@ -48,7 +48,7 @@ DWORD SimulatedVaultStoreProvider::DeleteTarget() {
   return code == ERROR_SUCCESS ? static_cast<DWORD>(course.result) : code;
 }
 
-LONG SimulatedVaultStoreProvider::IsTargetPresent() {
+LONG SimulatedVaultStoreProvider::DoIsTargetPresent() {
   const Course course = EnterNoted(Operation::kVaultIsTargetPresent, name_, target_);
   if (course.give_null || course.result != S_OK) {
     return course.result;
@@ -63,11 +63,11 @@ LONG SimulatedVaultStoreProvider::IsTargetPresent() {
   return present ? 1 : 0;
 }
 
-HRESULT SimulatedVaultStoreProvider::SetTargetName(const WCHAR* target) {
+HRESULT SimulatedVaultStoreProvider::DoSetTargetName(const WCHAR* target) {
   return SetName(Operation::kVaultSetTargetName, target, vault::kMaxTargetChars, target_);
 }
 
-HRESULT SimulatedVaultStoreProvider::SetUserName(const WCHAR* user) {
+HRESULT SimulatedVaultStoreProvider::DoSetUserName(const WCHAR* user) {
   return SetName(Operation::kVaultSetUserName, user, vault::kMaxUserChars, user_);
 }
 

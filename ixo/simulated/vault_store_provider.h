@@ -17,17 +17,17 @@ class SimulatedVaultStoreProvider final : public support::VaultStoreProvider {
 
   const std::string& Name() const { return name_; }
 
-  DWORD SaveTarget(const BYTE* bytes, DWORD length_bytes) override;
+ private:
+  DWORD DoSaveTarget(const BYTE* bytes, DWORD length_bytes) override;
   /// The bytes stay until this is called again or the provider goes, and are wiped then. Null when the entry
   /// is empty.
-  HRESULT GetCertFromVault(BYTE** bytes, DWORD* length_bytes) override;
-  DWORD DeleteTarget() override;
+  HRESULT DoGetCertFromVault(BYTE** bytes, DWORD* length_bytes) override;
+  DWORD DoDeleteTarget() override;
   /// A vault that cannot be read is neither answer: the reason is raised, a DWORD.
-  LONG IsTargetPresent() override;
-  HRESULT SetTargetName(const WCHAR* target) override;
-  HRESULT SetUserName(const WCHAR* user) override;
+  LONG DoIsTargetPresent() override;
+  HRESULT DoSetTargetName(const WCHAR* target) override;
+  HRESULT DoSetUserName(const WCHAR* user) override;
 
- private:
   HRESULT SetName(Operation operation, const WCHAR* given, size_t max_chars, WString& name);
 
   const std::string name_;

@@ -167,7 +167,7 @@ DWORD ReadDeviceUuid(DeviceAddress& address, const Settings& settings, WString& 
 
 }  // namespace
 
-HRESULT NetworkCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
+HRESULT NetworkCertificateProvider::DoGetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) {
   if (uuid == nullptr || capacity_chars == 0 || length_chars == nullptr) {
     return E_INVALIDARG;
   }
@@ -184,9 +184,9 @@ HRESULT NetworkCertificateProvider::GetDeviceUUID(WCHAR* uuid, DWORD capacity_ch
   return S_OK;
 }
 
-HRESULT NetworkCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* codes,
-                                                                      DWORD capacity,
-                                                                      DWORD* count) {
+HRESULT NetworkCertificateProvider::DoGetCertificateAllSecurityWarnings(DWORD* codes,
+                                                                        DWORD capacity,
+                                                                        DWORD* count) {
   if (codes == nullptr || count == nullptr) {
     return E_INVALIDARG;
   }
@@ -200,12 +200,12 @@ HRESULT NetworkCertificateProvider::GetCertificateAllSecurityWarnings(DWORD* cod
   return S_OK;
 }
 
-DWORD NetworkCertificateProvider::GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
-                                                       BYTE* bytes,
-                                                       DWORD* length_bytes,
-                                                       const WORD* eight,
-                                                       DWORD ten,
-                                                       DWORD* unread) {
+DWORD NetworkCertificateProvider::DoGetDeviceCertificate(const deviceio::KeyTypeList* key_types,
+                                                         BYTE* bytes,
+                                                         DWORD* length_bytes,
+                                                         const WORD* eight,
+                                                         DWORD ten,
+                                                         DWORD* unread) {
   if (!support::IsCertificateQuestion(key_types, length_bytes, eight, ten, unread)) {
     return ERROR_INVALID_PARAMETER;
   }
@@ -216,7 +216,9 @@ DWORD NetworkCertificateProvider::GetDeviceCertificate(const deviceio::KeyTypeLi
   return Remember(support::AnswerCertificate(presented_.der, bytes, length_bytes));
 }
 
-HRESULT NetworkCertificateProvider::CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) {
+HRESULT NetworkCertificateProvider::DoCheckCertificateDate(const BYTE* bytes,
+                                                           DWORD length_bytes,
+                                                           LONG* valid) {
   if (bytes == nullptr || valid == nullptr) {
     return E_INVALIDARG;
   }

@@ -44,21 +44,21 @@ class NetworkCertificateProvider final : public support::CertificateProvider {
   NetworkCertificateProvider(DeviceAddress& address, const Settings& settings)
       : address_(&address), settings_(&settings) {}
 
+ private:
   /// Without the "urn:uuid:" that the printer writes in front. ERROR_NOT_FOUND when the printer has none.
-  HRESULT GetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
-  HRESULT GetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
+  HRESULT DoGetDeviceUUID(WCHAR* uuid, DWORD capacity_chars, DWORD* length_chars) override;
+  HRESULT DoGetCertificateAllSecurityWarnings(DWORD* codes, DWORD capacity, DWORD* count) override;
   /// With a buffer, `length_bytes` is its capacity on entry; ERROR_INSUFFICIENT_BUFFER, and the length that
   /// is needed, when that is too little.
-  DWORD GetDeviceCertificate(const deviceio::KeyTypeList* key_types,
-                             BYTE* bytes,
-                             DWORD* length_bytes,
-                             const WORD* eight,
-                             DWORD ten,
-                             DWORD* unread) override;
-  HRESULT CheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
-  DWORD GetLastErrorCode() override { return last_error_; }
+  DWORD DoGetDeviceCertificate(const deviceio::KeyTypeList* key_types,
+                               BYTE* bytes,
+                               DWORD* length_bytes,
+                               const WORD* eight,
+                               DWORD ten,
+                               DWORD* unread) override;
+  HRESULT DoCheckCertificateDate(const BYTE* bytes, DWORD length_bytes, LONG* valid) override;
+  DWORD DoGetLastErrorCode() override { return last_error_; }
 
- private:
   DWORD ReadCertificate();
   DWORD ReadUuid();
   DWORD Remember(DWORD code);

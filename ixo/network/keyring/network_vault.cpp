@@ -54,12 +54,12 @@ DWORD IsPresent(WStringView target, WStringView user, bool& present) {
 
 namespace custom_bidi::network {
 
-DWORD NetworkVaultStoreProvider::SaveTarget(const BYTE* bytes, DWORD length_bytes) {
+DWORD NetworkVaultStoreProvider::DoSaveTarget(const BYTE* bytes, DWORD length_bytes) {
   return bytes != nullptr ? network_vault::Save(target_, user_, {bytes, length_bytes})
                           : DWORD{ERROR_INVALID_PARAMETER};
 }
 
-HRESULT NetworkVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
+HRESULT NetworkVaultStoreProvider::DoGetCertFromVault(BYTE** bytes, DWORD* length_bytes) {
   if (bytes == nullptr || length_bytes == nullptr) {
     return E_INVALIDARG;
   }
@@ -75,11 +75,11 @@ HRESULT NetworkVaultStoreProvider::GetCertFromVault(BYTE** bytes, DWORD* length_
   return S_OK;
 }
 
-DWORD NetworkVaultStoreProvider::DeleteTarget() {
+DWORD NetworkVaultStoreProvider::DoDeleteTarget() {
   return network_vault::Delete(target_, user_);
 }
 
-LONG NetworkVaultStoreProvider::IsTargetPresent() {
+LONG NetworkVaultStoreProvider::DoIsTargetPresent() {
   if (target_.empty() || user_.empty()) {
     return 0;
   }
@@ -90,11 +90,11 @@ LONG NetworkVaultStoreProvider::IsTargetPresent() {
   return present ? 1 : 0;
 }
 
-HRESULT NetworkVaultStoreProvider::SetTargetName(const WCHAR* target) {
+HRESULT NetworkVaultStoreProvider::DoSetTargetName(const WCHAR* target) {
   return support::TakeVaultName(target, vault::kMaxTargetChars, target_);
 }
 
-HRESULT NetworkVaultStoreProvider::SetUserName(const WCHAR* user) {
+HRESULT NetworkVaultStoreProvider::DoSetUserName(const WCHAR* user) {
   return support::TakeVaultName(user, vault::kMaxUserChars, user_);
 }
 

@@ -28,18 +28,18 @@ namespace custom_bidi::network {
 /// was refused, it has no entry: there is none present, and every other operation fails with
 /// ERROR_INVALID_PARAMETER.
 class NetworkVaultStoreProvider final : public support::VaultStoreProvider {
- public:
-  DWORD SaveTarget(const BYTE* bytes, DWORD length_bytes) override;
+ private:
+ private:
+  DWORD DoSaveTarget(const BYTE* bytes, DWORD length_bytes) override;
   /// The bytes stay until this is called again or the provider goes, and are wiped then. Null when the entry
   /// is empty.
-  HRESULT GetCertFromVault(BYTE** bytes, DWORD* length_bytes) override;
-  DWORD DeleteTarget() override;
+  HRESULT DoGetCertFromVault(BYTE** bytes, DWORD* length_bytes) override;
+  DWORD DoDeleteTarget() override;
   /// A vault that cannot be read is neither answer: the reason is raised, a DWORD.
-  LONG IsTargetPresent() override;
-  HRESULT SetTargetName(const WCHAR* target) override;
-  HRESULT SetUserName(const WCHAR* user) override;
+  LONG DoIsTargetPresent() override;
+  HRESULT DoSetTargetName(const WCHAR* target) override;
+  HRESULT DoSetUserName(const WCHAR* user) override;
 
- private:
   WString target_;
   WString user_;
   vault::SecureBytes handed_out_;

@@ -151,16 +151,15 @@ const support::Value* DeviceOids::FindItem(const std::string& oid) {
 }
 
 void DeviceOids::AskForItems() {
-  items_.emplace();
+  std::map<std::string, const support::Value*> items;
   Values values;
-  if (described_.empty() || Ask(described_, values) != ERROR_SUCCESS) {
-    return;
-  }
-  for (size_t i = 0; i < described_.size(); ++i) {
+  const bool is_told = !described_.empty() && Ask(described_, values) == ERROR_SUCCESS;
+  for (size_t i = 0; is_told && i < described_.size(); ++i) {
     if (values[i]) {
-      items_->emplace(described_[i], &values_.emplace_back(AsItem(*values[i])));
+      items.emplace(described_[i], &values_.emplace_back(AsItem(*values[i])));
     }
   }
+  items_ = std::move(items);
 }
 
 DWORD DeviceOids::Ask(std::span<const std::string> oids, Values& values) {

@@ -73,11 +73,11 @@ class NetworkOidProvider final : public support::OidProvider {
  public:
   explicit NetworkOidProvider(DeviceOids& oids) : oids_(oids) {}
 
-  HRESULT GetValue(const WCHAR* oid, VARIANT* value) override {
+ private:
+  HRESULT DoGetValue(const WCHAR* oid, VARIANT* value) override {
     return oid != nullptr && value != nullptr ? oids_.Read(oid, value) : E_INVALIDARG;
   }
 
- private:
   DeviceOids& oids_;  // borrowed
 };
 
