@@ -24,7 +24,8 @@ bool IsIpv4(const std::string& host) {
   return inet_pton(AF_INET, host.c_str(), &address) == 1;
 }
 
-/// The characters that need no escape in a URI (RFC 6874, section 2), as many as an interface's name may have.
+/// The characters that need no escape in a URI (RFC 6874, section 2), as many as an interface's name may
+/// have.
 bool IsZone(std::string_view zone) {
   const auto is_plain = [](unsigned char unit) {
     return unit < 0x80 && (std::isalnum(unit) != 0 ||
@@ -163,15 +164,31 @@ bool IsHostName(const std::string& host) {
          std::ranges::all_of(host, is_known) && !std::ranges::all_of(host, is_of_address);
 }
 
+namespace {
+
+using ParsedUri = std::unique_ptr<xmlURI, void (*)(xmlURIPtr)>;
+
+/// Null for one that has not all the parts that count.
+ParsedUri TryParse(const base::XmlFunctions& xml, const std::string& text) {
+  ParsedUri parsed(xml.Call<&::xmlParseURIRaw>(text.c_str(), 1), xml.Get<&::xmlFreeURI>());
+  const bool is_whole = parsed && parsed->scheme != nullptr && parsed->server != nullptr &&
+                        parsed->port >= 0 && parsed->port <= 65535;
+  return is_whole ? std::move(parsed) : ParsedUri(nullptr, xml.Get<&::xmlFreeURI>());
+}
+
+}  // namespace
+
 std::optional<Uri> ParseUri(const std::string& text) {
   const base::XmlFunctions* const xml = base::TheXmlFunctions();
   if (xml == nullptr) {
     return std::nullopt;
   }
-  const std::unique_ptr<xmlURI, decltype(&::xmlFreeURI)> parsed(xml->Call<&::xmlParseURIRaw>(text.c_str(), 1),
-                                                                xml->Get<&::xmlFreeURI>());
-  if (!parsed || parsed->scheme == nullptr || parsed->server == nullptr || parsed->port < 0 ||
-      parsed->port > 65535) {
+  ParsedUri parsed = TryParse(*xml, text);
+  if (!parsed) {
+    // libxml2 does not say that memory is lacking. Where it still is, none is left for the copy.
+    parsed = TryParse(*xml, std::string(text.c_str()));
+  }
+  if (!parsed) {
     return std::nullopt;
   }
   Uri uri{.scheme = parsed->scheme,

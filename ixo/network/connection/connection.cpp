@@ -1,6 +1,7 @@
 #include "ixo/network/connection/connection.h"
 
 #include <arpa/inet.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -19,6 +20,10 @@
 
 namespace custom_bidi::network {
 namespace {
+
+/// OpenSSL stays loaded when this library goes. Where the loader runs out of memory while it loads a library
+/// with what that needs, it leaves the latter behind half made, and no later call could load it.
+[[maybe_unused]] void* const g_kept = dlopen("libssl.so.3", RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 
 struct FreeAddresses {
   void operator()(addrinfo* list) const { freeaddrinfo(list); }
@@ -94,6 +99,11 @@ DWORD CodeFromErrno(int error) {
     case EADDRNOTAVAIL:
     case EAFNOSUPPORT:
       return kHostUnreachable;
+    case EMFILE:
+    case ENFILE:
+    case ENOBUFS:
+    case ENOMEM:
+      return kNoResources;
     default:
       return kConnectionAborted;
   }
@@ -112,6 +122,7 @@ class Attempts {
   Attempts& operator=(const Attempts&) = delete;
 
   void Start(const SocketAddress& address) {
+    attempts_.reserve(attempts_.size() + 1);  // so that no socket is without an owner
     const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP);
     if (fd < 0) {
       code_ = CodeFromErrno(errno);
@@ -145,7 +156,9 @@ class Attempts {
   bool IsConnected(size_t index) {
     int error = 0;
     socklen_t length = sizeof(error);
-    getsockopt(attempts_[index].fd, SOL_SOCKET, SO_ERROR, &error, &length);
+    if (getsockopt(attempts_[index].fd, SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+      error = errno;
+    }
     if (error != 0) {
       Drop(index, error);
     }
@@ -291,9 +304,9 @@ DWORD Connection::Open(std::span<const SocketAddress> addresses, Deadline deadli
   return ERROR_SUCCESS;
 }
 
-/// Goes on with an operation of OpenSSL's, whose result the caller gets, and moves the bytes that it leads to.
-/// What OpenSSL says of a session cannot be told while an older error stands in the thread's queue, so that
-/// is emptied before each operation, and what the operation left there behind it.
+/// Goes on with an operation of OpenSSL's, whose result the caller gets, and moves the bytes that it leads
+/// to. What OpenSSL says of a session cannot be told while an older error stands in the thread's queue, so
+/// that is emptied before each operation, and what the operation left there behind it.
 template <class Operation>
 DWORD Connection::Step(Operation&& operation, Deadline deadline, int& result) {
   ERR_clear_error();
@@ -315,8 +328,8 @@ DWORD Connection::StartTls(SSL_CTX* context, const std::string& host, const Pati
   }
   // OpenSSL's own way to a socket would raise SIGPIPE and knows no deadline.
   SSL_set_bio(tls_.get(), from_socket, to_socket);
-  if (!IsAddress(host)) {
-    SSL_set_tlsext_host_name(tls_.get(), host.c_str());
+  if (!IsAddress(host) && SSL_set_tlsext_host_name(tls_.get(), host.c_str()) != 1) {
+    return ERROR_NOT_ENOUGH_MEMORY;
   }
   int result = 0;
   DWORD code = ERROR_SUCCESS;
