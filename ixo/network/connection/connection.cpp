@@ -78,12 +78,21 @@ DWORD Ask(const std::string& host, const std::string& port, Deadline deadline, A
 /// What needs no name service: an address, and the name of this machine itself (RFC 6761, section 6.3).
 bool Know(const std::string& host, const std::string& port, AddressList& list) {
   const bool is_own = strcasecmp(host.c_str(), "localhost") == 0;
-  const addrinfo hints = Hints(is_own ? 0 : AI_NUMERICHOST);
+  const addrinfo hints = Hints(AI_NUMERICHOST);
   addrinfo* known = nullptr;
-  // Without a host it is the loopback interface, of IPv6 and IPv4.
-  if (getaddrinfo(is_own ? nullptr : host.c_str(), port.c_str(), &hints, &known) != 0) {
+  if (getaddrinfo(is_own ? "127.0.0.1" : host.c_str(), port.c_str(), &hints, &known) != 0) {
     return false;
   }
+  list.reset(known);
+  if (!is_own) {
+    return true;
+  }
+  // One by one: where there are two, the C library connects to each to put them in order, and ends the
+  // process when the first cannot be reached.
+  if (getaddrinfo("::1", port.c_str(), &hints, &known) != 0) {
+    return false;
+  }
+  known->ai_next = list.release();
   list.reset(known);
   return true;
 }
