@@ -30,8 +30,8 @@ class NetworkAddress final : public DeviceAddress {
   LONG IsActive() override {
     return support::RaisingNoMemory([this]() -> LONG {
       const Settings* const settings = TheSettings();
-      const DWORD code = settings != nullptr ? Knock(Deadline(settings->deadline)) : ERROR_GEN_FAILURE;
-      if (code == kNoResources || code == ERROR_NOT_ENOUGH_MEMORY) {
+      const DWORD code = settings != nullptr ? Knock(Deadline(settings->deadline)) : DWORD{ERROR_GEN_FAILURE};
+      if (code == kNoResources || code == ERROR_NOT_ENOUGH_MEMORY || code == ERROR_GEN_FAILURE) {
         throw code;  // nobody knows, and "no" would be taken for a device that is not there
       }
       return code == ERROR_SUCCESS ? 1 : 0;
