@@ -1,12 +1,36 @@
 #!/usr/bin/env bash
 # Builds and runs all tests of both lanes: Linux plain, with ASan and UBSan, and with TSan; Windows under Wine.
 #   scripts/test.sh [native|asan|tsan|windows]...     (all without arguments)
+#   scripts/test.sh --sweep     natively, all that a call asks for fails once, of which the lanes try a sample: takes an
+#                               hour, and ends with how many positions were tried of what, and what came of them
 # Beside the tests of what is shipped, natively and for Windows, its libraries are built again elsewhere and compared.
 # Ends with one line "N passed, N failed", over the single tests of every lane.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 2
 
-case "${1:-}" in -h | --help) sed -n '2,5s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+case "${1:-}" in -h | --help) sed -n '2,7s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+sweep() {
+  scripts/setup.sh native test peers || exit 1
+  mkdir -p build
+  if ! { cmake --preset native && cmake --build --preset native --target simulated_sweep network_sweep; } >build/native.log 2>&1
+  then
+    tail -n 60 build/native.log
+    exit 1
+  fi
+  local status=0 family folder
+  for family in simulated network; do
+    folder=$PWD/build/native/tests/sweep/${family}_sweep
+    CUSTOMBIDI_HOME=$folder/home CUPS_SERVER=/nonexistent/cups.sock LC_ALL=C.UTF-8 SWEEP_STEP=1 \
+      "$folder/${family}_sweep.exe" | tee "build/sweep-$family.log" || status=1
+  done
+  awk '/ positions /{ kind = $1 " " $2; tried[kind] += $4; crashes[kind] += $6; hangs[kind] += $8; wrong[kind] += $10
+      loader[kind] += $12 }
+    END { for (kind in tried) printf "%-30s %6d positions %3d crashes %3d hangs %3d wrong %3d of others\n", kind,
+      tried[kind], crashes[kind], hangs[kind], wrong[kind], loader[kind] | "sort" }' build/sweep-*.log
+  exit $status
+}
+[ "${1:-}" != --sweep ] || sweep
+
 lanes=("$@")
 [ ${#lanes[@]} -gt 0 ] || lanes=(native asan tsan windows)
 

@@ -1,5 +1,5 @@
-// Every single thing that a call asks of the platform, and every allocation, fails once. Native tests: there
-// the platform layer can be told to fail.
+// What single faults of the platform lead to, beyond what is so for each of them (tests/sweep). Native tests:
+// there the platform layer can be told to fail.
 
 #include <sys/stat.h>
 
@@ -11,143 +11,9 @@
 #include "tests/support/call_test.h"
 
 namespace custom_bidi_test {
-
-bool FailNthAllocation(int n);  // in failing_new.cpp
-
 namespace {
 
 namespace fs = std::filesystem;
-
-class Injection : public CallTest {
- protected:
-  void SetUp() override {
-    CallTest::SetUp();
-    WriteDataMap({"A", "Media", "Missing", "DeviceID"});
-    printer["items"]["Media"] = "a4,letter";
-    printer["locale"]["*"] = "\"vexmo-print-quality-supported.com.vexmo.pq-mode.21\" = \"5\";";
-    whole_ = Json::parse(*Bidi().text);
-    ASSERT_EQ(whole_.size(), 7U);
-    printer["certificate"]["warnings"] = "[2]"_json;
-    printer.erase("log");  // a provider stays out when the way back is not found
-    KeepInVault(Certificate("device"));
-    SetTrace(true);
-    WritePrinter();
-  }
-
-  /// Tells what is to fail when: the first, second, … acquisition; and calls it off: whether it has failed.
-  std::function<void(int)> arm_;
-  std::function<bool()> disarm_;
-
-  /// Makes the call with each acquisition failing once, until nothing is left to fail; then it has to succeed.
-  void Strike(const char* name, const std::function<bool()>& call) {
-    SCOPED_TRACE(name);
-    struck_ = true;
-    for (int n = 1; struck_; ++n) {
-      SCOPED_TRACE(n);
-      std::ranges::fill(calls_.response, CustomBidiChar{});
-      arm_(n);
-      const bool ok = call();
-      ASSERT_EQ(LeftOpen(), "");
-      ASSERT_LT(n, 20000) << "the call never came to its end";
-      EXPECT_TRUE(struck_ || (ok && n > 10)) << "it failed by itself, or hardly anything was made to fail";
-    }
-  }
-  template <class Result>
-  Result Off(Result result) {
-    struck_ = disarm_();
-    return result;
-  }
-
-  void StrikeAll() {
-    Strike("GetBidiResponse", [this] {
-      const bool ok = Off(calls_.Bidi());
-      const Json answer = ok ? Json::parse(calls_.Response()) : Json::object();
-      for (const auto& [name, value] : answer.items()) {
-        EXPECT_EQ(value, whole_.value(name, "")) << name;
-      }
-      EXPECT_EQ(answer.contains("CID"), ok);
-      return ok;
-    });
-    Strike("GetStatusData", [this] {
-      const bool ok = Off(calls_.Status());
-      const std::set<std::string> right = {kUnreadableStatus, StatusText(3, 0, 0), StatusText(0, 0, 0)};
-      const std::string text = calls_.Response();
-      EXPECT_TRUE(ok ? right.contains(text) : text.empty() || text == "{}") << text;
-      return ok;
-    });
-    Strike("GetPortStatus", [this] {
-      CustomBidiLong status = kUntouchedStatus;
-      const bool ok = Off(calls_.Port(&status));
-      EXPECT_TRUE(status == kUntouchedStatus || (ok && (status == 1 || status == 0))) << status;
-      return ok;
-    });
-    Save(kPassword);
-    Strike("IsPasswordPresent", [this] { return Off(calls_.IsPresent()); });
-    Strike("DeletePassword", [this] {
-      const bool ok = Off(calls_.Delete());
-      EXPECT_EQ(IsPresent(), !ok);
-      Save(kPassword);
-      return ok;
-    });
-    // What looks saved is saved; a refusal may have come too late.
-    Strike("SavePassword", [this] {
-      const bool ok = Off(calls_.Save("secret"));
-      EXPECT_TRUE(Delete() || !ok);
-      return ok;
-    });
-    Strike("GetDeviceCertificate", [this] {
-      DeviceCertificate* const read = Off(calls_.Read());
-      if (read == nullptr) {
-        return false;
-      }
-      EXPECT_EQ(std::string(read->certificate, read->certificate + read->certificate_length),
-                Certificate("device"));
-      EXPECT_TRUE(read->warning_count == 1 && read->warnings[0] == 2);
-      // Null when it could not be allocated.
-      EXPECT_TRUE(read->identifier == nullptr || ToUtf8(read->identifier) == kUuid);
-      DeleteDeviceCertificate(read);
-      CoTaskMemFree(read);
-      return true;
-    });
-    // Made beforehand: nothing but the call itself may ask for memory.
-    Record content = {kUuid, Certificate("device"), Codes(kWarningRoom, 2)};
-    WString uuid = ToWide(kUuid);
-    DeviceCertificate record = RawRecord(content, uuid);
-    record.warning_count = 1;
-    Strike("VerifyCertificateValidity", [&] {
-      const bool ok = Off(calls_.Check(&record));
-      EXPECT_TRUE(record.warning_count == 1 ? record.warnings[0] == 2 : ok && record.warning_count == 0);
-      content.warnings.assign(kWarningRoom, 2);
-      record.warning_count = 1;
-      return ok;
-    });
-  }
-
-  StraightCalls calls_;
-  bool struck_ = true;
-  Json whole_;  // the answer when nothing fails
-};
-
-TEST_F(Injection, EachCallOfThePlatformFailsOnce) {
-  arm_ = pal::FailNthCall;
-  disarm_ = [] {
-    const bool fired = pal::FaultFired();
-    pal::ClearFaults();
-    return fired;
-  };
-  StrikeAll();
-}
-
-TEST_F(Injection, EachAllocationFailsOnce) {
-  testing::internal::CaptureStderr();  // where the simulated printer says that it ran out of memory
-  testing::internal::CaptureStdout();  // and the library that a read did
-  arm_ = FailNthAllocation;
-  disarm_ = [] { return FailNthAllocation(0); };
-  StrikeAll();
-  testing::internal::GetCapturedStdout();
-  testing::internal::GetCapturedStderr();
-  From(TakeTrace(), "[CertificateHandlingWrapper]:CertificateStore vault not created");
-}
 
 class OneFault : public CallTest {
  protected:
