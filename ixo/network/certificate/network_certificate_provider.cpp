@@ -62,10 +62,12 @@ class Prober {
     presented_.problems = VerifyPresented(store_, leaf, chain, host_);
     if (presented_.problems.any()) {
       // To OpenSSL what it has no memory to read is a problem, too: only those count that are seen twice.
-      const BYTE* at = presented_.der.data();
-      const std::unique_ptr<X509, decltype(&X509_free)> again(
-          d2i_X509(nullptr, &at, static_cast<long>(presented_.der.size())), X509_free);
-      if (!again || VerifyPresented(store_, again.get(), chain, host_) != presented_.problems) {
+      // In new copies, since what could not be read stays so.
+      const auto free_all = [](STACK_OF(X509) * certificates) { sk_X509_pop_free(certificates, X509_free); };
+      const std::unique_ptr<STACK_OF(X509), decltype(free_all)> again(
+          sk_X509_deep_copy(chain, X509_dup, X509_free), free_all);
+      if (!again ||
+          VerifyPresented(store_, sk_X509_value(again.get(), 0), again.get(), host_) != presented_.problems) {
         throw std::bad_alloc();
       }
     }
