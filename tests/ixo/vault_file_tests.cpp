@@ -15,18 +15,20 @@
 #include <fstream>
 #include <functional>
 #include <numeric>
-#include <ranges>
 #include <thread>
 
 #include "base/files.h"
 #include "tests/ixo/vault_fixture.h"
 #include "tests/peers/temporary_folder.h"
+#include "tests/support/secret_memory.h"
 
 namespace custom_bidi::vault {
 namespace {
 
 namespace fs = std::filesystem;
+using custom_bidi_test::CountSecrets;
 using custom_bidi_test::ReadWholeFile;
+using custom_bidi_test::SecretUnit;
 
 constexpr WCHAR kTarget[] = W("target");
 constexpr WCHAR kUser[] = W("user");
@@ -316,52 +318,30 @@ TEST_F(VaultFile, KeepsWhatItsWritersWereToldBeforeTheyWereKilled) {
 
 /// Longer than a register, as some registers are left on the stack by the run time.
 constexpr size_t kPartBytes = 128;
-constexpr size_t kSecretBytes = 32 * kPartBytes;
-
-/// The secret, one part again and again, is nowhere in the program: it is worked out byte by byte.
-BYTE SecretByte(size_t i) {
-  return static_cast<BYTE>((i % kPartBytes * 2654435761u + 97) >> 7);
-}
-
-/// The first stretch of writable memory, as the system lists it, that holds a part of the secret.
-std::string WhereTheSecretIs() {
-  const auto part = std::views::iota(size_t{0}, kPartBytes) | std::views::transform(SecretByte);
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    void* begin = nullptr;
-    void* end = nullptr;
-    char rights[5] = {};
-    std::sscanf(line.c_str(), "%p-%p %4s", &begin, &end, rights);
-    const std::span memory(static_cast<const BYTE*>(begin), static_cast<const BYTE*>(end));
-    if (std::string_view(rights).starts_with("rw") && !std::ranges::search(memory, part).empty()) {
-      return line;
-    }
-  }
-  return "";
-}
 
 TEST_F(VaultTest, LeavesNoSecretInMemory) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer's memory is too large to be searched";
 #endif
   {
-    SecureBytes secret(kSecretBytes);
-    std::ranges::copy(std::views::iota(size_t{0}, kSecretBytes) | std::views::transform(SecretByte),
-                      secret.begin());
-    EXPECT_NE(WhereTheSecretIs(), "") << "the search itself does not work";
+    SecureBytes secret(32 * kPartBytes);
+    for (size_t i = 0; i < secret.size(); ++i) {
+      secret[i] = static_cast<BYTE>(SecretUnit(kPartBytes, i % kPartBytes));
+    }
+    EXPECT_GE(CountSecrets(kPartBytes), 32) << "the search itself does not work";
     EXPECT_EQ(vault::Save(kTarget, kUser, secret), 0u);
   }
-  EXPECT_EQ(WhereTheSecretIs(), "") << "after Save";
+  EXPECT_EQ(CountSecrets(kPartBytes), 0) << "after Save";
   {
     SecureBytes loaded;
     EXPECT_EQ(vault::Load(kTarget, kUser, loaded), 0u);
-    EXPECT_EQ(loaded.size(), kSecretBytes);
+    EXPECT_EQ(loaded.size(), 32 * kPartBytes);
     EXPECT_EQ(Present(kTarget, kUser), "yes");
   }
-  EXPECT_EQ(WhereTheSecretIs(), "") << "after Load";
+  EXPECT_EQ(CountSecrets(kPartBytes), 0) << "after Load";
   EXPECT_EQ(Save(W("other"), kUser, ""), 0u);
   EXPECT_EQ(Delete(kTarget, kUser), 0u);
-  EXPECT_EQ(WhereTheSecretIs(), "") << "after Delete";
+  EXPECT_EQ(CountSecrets(kPartBytes), 0) << "after Delete";
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 // Whole calls, by way of the device libraries for printers on a network, to real servers.
 
 #include <fcntl.h>
-#include <malloc.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -17,6 +15,7 @@
 
 #include "tests/network/network_test.h"
 #include "tests/support/call_test.h"
+#include "tests/support/secret_memory.h"
 
 namespace custom_bidi_test {
 namespace {
@@ -341,35 +340,6 @@ TEST_F(ManyCalls, SixteenThreadsAtOnceWhileAQueueComesAndGoesAndTheTraceGoesOnAn
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-/// A secret that stands nowhere in this program, since its characters are made one by one.
-char SecretUnit(size_t size, size_t i) {
-  return static_cast<char>('a' + (size + i * i * 7 + i) % 26);
-}
-
-/// How often it stands in the memory that the process can write to.
-int CountSecrets(size_t size) {
-  int count = 0;
-  std::ifstream maps("/proc/self/maps");
-  std::ifstream memory("/proc/self/mem", std::ios::binary);
-  for (std::string line; std::getline(maps, line);) {
-    unsigned long begin = 0;
-    unsigned long end = 0;
-    char rights[5] = "";
-    sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, rights);
-    std::vector<char> bytes(rights[1] == 'w' ? end - begin : 0);
-    memory.seekg(static_cast<std::streamoff>(begin));
-    memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    memory.clear();
-    for (size_t at = 0; at + size <= bytes.size(); ++at) {
-      size_t same = 0;
-      for (; same < size && bytes[at + same] == SecretUnit(size, same); ++same) {
-      }
-      count += same == size;
-    }
-  }
-  return count;
-}
-
 TEST_F(NetworkCallTest, NoSecretStaysInMemory) {
   const Socket socket = Socket::Bound(SOCK_DGRAM);
   const pid_t agent = fork();
@@ -405,34 +375,6 @@ TEST_F(NetworkCallTest, NoSecretStaysInMemory) {
   std::string seen;
   std::generate_n(std::back_inserter(seen), 40, [&] { return SecretUnit(40, seen.size()); });
   EXPECT_GE(CountSecrets(40), 1) << "one that is there is found";
-}
-
-/// What the process has: bytes allocated, pages of memory, and open files.
-std::array<long, 3> Holdings() {
-  long pages = 0;
-  long resident = 0;
-  std::ifstream("/proc/self/statm") >> pages >> resident;
-  return {static_cast<long>(mallinfo2().uordblks + mallinfo2().hblkhd), resident,
-          std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})};
-}
-
-// With the address sanitizer freed memory is kept for a while, and the process grows. What a program fills
-// once, such as OpenSSL's caches in some hundred handshakes, is no loss; what is lost with each call is missing in
-// each of the blocks.
-TEST_F(ManyCalls, CallsLeaveNothingBehind) {
-  constexpr std::array<long, 3> kMost = {1023, 9, 0};
-  std::array<long, 3> least = {1 << 30, 1 << 30, 1 << 30};
-  for (int block = 0; block < 12 && !std::ranges::equal(least, kMost, std::less_equal()); ++block) {
-    const std::array<long, 3> before = Holdings();
-    CallAll(25);
-    const std::array<long, 3> after = Holdings();
-    for (size_t i = 0; i < least.size(); ++i) {
-      least[i] = std::min(least[i], after[i] - before[i]);
-    }
-  }
-  for (size_t i = 0; i < least.size(); ++i) {
-    EXPECT_LE(least[i], kMost[i]) << i;
-  }
 }
 #endif
 
