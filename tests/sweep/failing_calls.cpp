@@ -172,14 +172,18 @@ void OnSystemCall(int /*signal*/, siginfo_t* info, void* raw_context) {
   errno = kept_errno;
 }
 
+/// To a file or a terminal, whether that takes it or not.
+void Say(int file, std::string_view text) {
+  static_cast<void>(write(file, text.data(), text.size()) < 0);
+}
+
 void OnCrash(int signal) {
   g_what = Failing::kNothing;
   if (IsOfLoader()) {
     _exit(kLoaderExit);
   }
   ShowWhereItFailed(g_crash_log);
-  constexpr std::string_view kTitle = "-- crashed:\n";
-  write(g_crash_log, kTitle.data(), kTitle.size());
+  Say(g_crash_log, "-- crashed:\n");
   g_frame_count = backtrace(g_frames.data(), static_cast<int>(g_frames.size()));
   backtrace_symbols_fd(g_frames.data(), g_frame_count, g_crash_log);
   _exit(128 + signal);
@@ -249,8 +253,7 @@ bool IsOfLoader() {
 }
 
 void ShowWhereItFailed(int file) {
-  constexpr std::string_view kTitle = "-- failed:\n";
-  write(file, kTitle.data(), kTitle.size());
+  Say(file, "-- failed:\n");
   backtrace_symbols_fd(g_frames.data(), g_frame_count, file);
 }
 
