@@ -2,13 +2,14 @@
 # Builds and runs all tests of both lanes: Linux plain, with ASan and UBSan, and with TSan; Windows under Wine.
 #   scripts/test.sh [native|asan|tsan|windows]...     (all without arguments)
 #   scripts/test.sh --sweep     natively, all that a call asks for fails once, of which the lanes try a sample: takes an
-#                               hour, and ends with how many positions were tried of what, and what came of them
+#                               hour, or with SWEEP_STEP=20 in front, which tries every 20th position, some minutes; ends
+#                               with how many positions were tried of what, and what came of them
 # Beside the tests of what is shipped, natively and for Windows, its libraries are built again elsewhere and compared.
 # Ends with one line "N passed, N failed", over the single tests of every lane.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 2
 
-case "${1:-}" in -h | --help) sed -n '2,7s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+case "${1:-}" in -h | --help) sed -n '2,8s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 sweep() {
   scripts/setup.sh native test peers || exit 1
   mkdir -p build
@@ -20,7 +21,7 @@ sweep() {
   local status=0 family folder
   for family in simulated network; do
     folder=$PWD/build/native/tests/sweep/${family}_sweep
-    CUSTOMBIDI_HOME=$folder/home CUPS_SERVER=/nonexistent/cups.sock LC_ALL=C.UTF-8 SWEEP_STEP=1 \
+    CUSTOMBIDI_HOME=$folder/home CUPS_SERVER=/nonexistent/cups.sock LC_ALL=C.UTF-8 SWEEP_STEP=${SWEEP_STEP:-1} \
       "$folder/${family}_sweep.exe" | tee "build/sweep-$family.log" || status=1
   done
   awk '/ positions /{ kind = $1 " " $2; tried[kind] += $4; crashes[kind] += $6; hangs[kind] += $8; wrong[kind] += $10
