@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tools/bidictl/platform/console.h"
+#include "tools/bidictl/platform/printer_address.h"
 #include "tools/bidictl/platform/queue_store.h"
 #include "tools/bidictl/text/bidictl_text.h"
 #include "tools/bidictl/text/printer_answers.h"
@@ -89,6 +90,35 @@ TEST(LayOut, AlignsValuesWithinTheWidth) {
     for (std::string line; std::getline(text, line);) {
       EXPECT_LE(line.size(), width) << line;
     }
+  }
+}
+
+TEST(PrinterAddress, HostOfPort) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"192.0.2.10", "192.0.2.10"},
+      {"192.0.2.10:8631", "192.0.2.10"},
+      {"192.0.2.10:", ""},
+      {"192.0.2.10:65536", ""},
+      {"192.0.2.256", ""},
+      {"fe80::1%eth0", "fe80::1%eth0"},
+      {"[2001:db8::10]:8631", "2001:db8::10"},
+      {"[2001:db8::10", ""},
+      {"[printer.example.org]", ""},
+      {"IP_192.0.2.10", "192.0.2.10"},
+      {"ip_192.0.2.10_1", "192.0.2.10"},
+      {"printer.example.org:9100", "printer.example.org"},
+      {"ipp://Office/ipp/print?waitjob=false", "Office"},
+      {"IPPS://jdoe:x@[fe80::1%25eth0]:631/a@b", "fe80::1%eth0"},
+      {"socket://192.0.2.10", "192.0.2.10"},
+      {"lpd:///queue", ""},
+      {"usb://Vexmo.example/C740", ""},
+      {"Office", ""},
+      {"LPT1:", ""},
+      {"C:\\out.prn", ""},
+      {"a port.name", ""},
+      {"", ""}};
+  for (const auto& [port, host] : cases) {
+    EXPECT_EQ(HostOfPort(port), host) << port;
   }
 }
 

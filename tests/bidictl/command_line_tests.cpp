@@ -98,7 +98,7 @@ TEST_F(CommandLine, Help) {
       {{"--version", 0, "bidictl " BIDICTL_VERSION "\n"},
        {"--help", 0, "Ask a *items *status *port *password *certificate *queue *trace *their own.\n"},
        {"items --help", 0, "Read*QUEUE TEXT REQ*--default-cid CID *--name NAME *--pretty *read.\n"},
-       {"status -h", 0, "Read*ADDRESS TEXT REQ*--pretty *1 there was none.\n"},
+       {"status -h", 0, "Read*PRINTER TEXT REQ*--pretty *could not be read.\n"},
        {"password --help", 0, "Save*save *test *delete *its trace does.\n"},
        {"password save --help|password test --help|password delete --help", 0,
         "*QUEUE TEXT REQ*--user USER REQ*--target TARGET REQ*\n"},
@@ -125,7 +125,7 @@ TEST_F(CommandLine, WhatIsNotUnderstood) {
        {"items|port|password save|password test|password delete|certificate show|certificate "
         "verify|certificate trust|queue add|queue remove|trace on|trace off",
         64, "", "QUEUE is required ('bidictl --help' tells more)"},
-       {"status", 64, "", "ADDRESS is required ('bidictl --help' tells more)"},
+       {"status", 64, "", "PRINTER is required ('bidictl --help' tells more)"},
        {"items q --frob|status 192.0.2.10 --frob|port q --frob|queue list --frob|queue remove cli-test "
         "--frob|trace on cli-test --frob|trace show --frob",
         64, "", "The following argument was not expected: --frob *"},
@@ -173,17 +173,24 @@ TEST_F(CommandLine, StatusAndPort) {
       {{"status 192.0.2.10", 0, "{\"printerState\":3,\"responseCode\":0,\"statusCode\":0}\n"},
        {"status 192.0.2.10 --pretty", 0,
         "printer state  idle (3)\nresponse code  the device is in service (0)\nerror state    none (0x00)\n"},
-       {"status \"\"", 1, "", "no status could be had from ''. *"},
+       {"status \"\"", 64, "", "the printer's name is empty"},
+       {"status cli-local", 1, "",
+        "the queue 'cli-local' is on the port 'LPT1:', behind which there is no network device"},
+       {"status " + std::string(64, 'x'), 1, "", "neither a queue nor a host is known by the name 'xx*"},
        {"port cli-test", 0, "The queue's port leads to a network device that answers.\n"},
        {"port cli-local", 2,
         "There is no network device behind the queue's port, or there is no such queue.\n"},
        {"port \"\"", 3, "",
         "the port of '' could not be asked. Are the device libraries beside this program?*"}});
-  UsePrinter(R"({"addresses": {"ports": {"*": {"active": false}}, "ip": {"*": {}}},
+  UsePrinter(R"({"addresses": {"ports": {"*": {"active": false}}, "ip": {"192.0.2.10": {}}},
                  "faults": {"OidProvider.GetValue": {"hresult": "0x80004005"}}})");
   Check({{"port cli-test", 1, "The queue's port leads to a network device that does not answer.\n"},
-         {"status 192.0.2.10", 0, "{\"printerState\": 5,\"responseCode\": 1,\"statusCode\": 0}\n"},
-         {"status 192.0.2.10 --pretty", 0, "the printer could not be read\n"}});
+         {"status 192.0.2.10|status CLI-TEST|status socket://192.0.2.10:9100", 2,
+          "{\"printerState\": 5,\"responseCode\": 1,\"statusCode\": 0}\n"},
+         {"status 192.0.2.10 --pretty", 2, "the printer could not be read\n"}});
+  UsePrinter(R"({"addresses": {"ip": {"127.0.0.1": {}}}})");
+  Check({{"status localhost", 0, "{\"printerState\":*"},
+         {"status cli-test", 1, "", "no status could be had *"}});
 }
 
 TEST_F(CommandLine, Passwords) {

@@ -46,20 +46,26 @@ void AddItems(CLI::App& program, CommandLine& line) {
 }
 
 void AddStatus(CLI::App& program, CommandLine& line) {
-  auto* command = program.add_subcommand("status", "Read the state of the printer at an address, as JSON");
-  command->add_option("ADDRESS", line.status.address, "The printer's IP address")->required();
+  auto* command = program.add_subcommand("status", "Read the state of a printer, as JSON");
+  command->add_option("PRINTER", line.status.printer, "Its IP address, its print queue or its host name")
+      ->required();
   command->add_flag("--pretty", line.status.pretty, "Show the state in words instead of JSON");
   command->footer(
       "Examples:\n"
       "  bidictl status 192.0.2.10\n"
-      "  bidictl status 192.0.2.10 --pretty\n"
+      "  bidictl status Office --pretty\n"
+      "  bidictl status printer.example.org\n"
       "\n"
+      "A queue stands for the host of its port. A name that is no queue's is resolved by the system, and its "
+      "addresses\n"
+      "are asked in turn until the printer could be read.\n"
       "The error state is answered as a number, which does not tell how many bytes the printer gave. "
       "--pretty reads\n"
       "a number up to 255 as one byte and a greater one by its first two bytes, so 00 80 is shown as 80 "
       "would be.\n"
-      "Exit codes: 0 there was an answer, which may say that the printer could not be read; 1 there was "
-      "none.");
+      "Exit codes: 0 the state was read; 1 there was no answer, or no address to ask; 2 the answer is that "
+      "the printer\n"
+      "could not be read.");
   command->callback([&line] { line.exit_code = RunStatus(line.status); });
 }
 
@@ -290,7 +296,7 @@ int RunBidictl(std::vector<std::string> arguments) {
       "\n"
       "'bidictl COMMAND --help' tells more. Exit codes: 0 done, 1 failed, 64 the command line was not "
       "understood;\n"
-      "'port' and 'certificate verify' have their own.");
+      "'status', 'port' and 'certificate verify' have their own.");
   CommandLine line;
   for (const auto add : {AddItems, AddStatus, AddPort, AddPassword, AddCertificate, AddQueues, AddTrace}) {
     add(program, line);

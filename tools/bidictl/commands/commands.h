@@ -19,7 +19,7 @@ struct ItemsOptions {
 int RunItems(const ItemsOptions& options);
 
 struct StatusOptions {
-  std::string address;
+  std::string printer;  ///< an address, a queue or a host's name
   bool pretty = false;
 };
 int RunStatus(const StatusOptions& options);

@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "tools/bidictl/commands/commands.h"
+#include "tools/bidictl/platform/printer_address.h"
+#include "tools/bidictl/platform/queue_store.h"
 #include "tools/bidictl/text/printer_answers.h"
 
 namespace custom_bidi_tools {
@@ -21,6 +23,7 @@ constexpr size_t kCharsPerNamedItem = 4096 + 32;
 // The longest answer has 79 characters; the rest is in reserve.
 constexpr size_t kStatusChars = 256;
 
+constexpr int kExitNotRead = 2;  // of `status`
 enum PortExitCode { kExitConnected = 0, kExitNotAnswering = 1, kExitNoDevice = 2, kExitPortFailed = 3 };
 
 // None of the three answers: the call leaves it standing when it has none to give.
@@ -58,6 +61,31 @@ std::string ReadItems(const ItemsOptions& options) {
   return ToUtf8(answer.get());
 }
 
+/// What the library is to ask about a printer: an address itself; else the host of the queue of that name, else
+/// the host of that name, by their addresses.
+std::vector<std::string> AddressesOf(const std::string& printer) {
+  WideName("printer's name", printer);
+  if (IsAddress(printer)) {
+    return {printer};
+  }
+  const auto port = FindPort(printer);
+  std::string host = HostOfPort(port.value_or(printer));
+  if (host.empty() && port) {
+    throw CommandError("the queue '" + printer + "' is on the port '" + *port +
+                       "', behind which there is no network device");
+  }
+  if (host.empty()) {
+    host = printer;  // a name without a dot
+  }
+  return IsAddress(host) ? std::vector{host} : ResolveHost(host);
+}
+
+/// The library's answer; empty when there is none.
+std::string ReadStatus(const std::string& address) {
+  std::array<CustomBidiChar, kStatusChars> answer{};
+  return GetStatusData(WideArgument("address", address).c_str(), answer.data()) ? ToUtf8(answer.data()) : "";
+}
+
 }  // namespace
 
 int RunItems(const ItemsOptions& options) {
@@ -76,23 +104,29 @@ int RunItems(const ItemsOptions& options) {
 }
 
 int RunStatus(const StatusOptions& options) {
-  const WideString address = WideArgument("address", options.address);
-  std::array<CustomBidiChar, kStatusChars> answer{};
-  if (!GetStatusData(address.c_str(), answer.data())) {
+  std::string json;  // the last answer
+  StatusAnswer status;
+  bool is_answered = false;
+  for (const std::string& address : AddressesOf(options.printer)) {
+    const std::string answer = ReadStatus(address);
+    if (answer.empty()) {
+      continue;
+    }
+    json = answer;
+    is_answered = TryParseStatus(json, status);
+    if (is_answered && status.WasRead()) {
+      break;
+    }
+  }
+  if (json.empty()) {
     throw CommandError(
-        "no status could be had from '" + options.address +
+        "no status could be had from '" + options.printer +
         "'. Are the device libraries beside this program? The trace is that of a queue with the "
         "address as its name: 'bidictl queue add ADDRESS --port ADDRESS', 'bidictl trace on ADDRESS', "
         "another try, 'bidictl trace show'.");
   }
-  const std::string json = ToUtf8(answer.data());
-  StatusAnswer status;
-  if (options.pretty && TryParseStatus(json, status)) {
-    Print(ExplainStatus(status));
-  } else {
-    Print(json + "\n");
-  }
-  return kExitDone;
+  Print(options.pretty && is_answered ? ExplainStatus(status) : json + "\n");
+  return is_answered && !status.WasRead() ? kExitNotRead : kExitDone;
 }
 
 int RunPort(const std::string& queue) {

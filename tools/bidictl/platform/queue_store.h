@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ void AddQueue(const std::string& name, const std::string& port);
 
 /// All queues, in the order of their names.
 std::vector<Queue> ListQueues();
+
+/// The port of a queue, for a queue of CUPS its device URI; nothing when there is no such queue, or no port.
+std::optional<std::string> FindPort(const std::string& name);
 
 /// Removes a queue with its trace switch. Throws when there is none of that name, and for one of CUPS.
 void RemoveQueue(const std::string& name);

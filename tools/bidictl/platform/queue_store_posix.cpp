@@ -142,6 +142,20 @@ std::vector<Queue> ListQueues() {
   return queues;
 }
 
+std::optional<std::string> FindPort(const std::string& name) {
+  const auto wide_name = ToWide(name);
+  if (!wide_name || name.find('\\') != std::string::npos) {  // which would lead to the keys below a queue's
+    return std::nullopt;
+  }
+  const auto registry = LoadRegistry();
+  const auto* value = registry.FindValue(KeyOf(name), kPortValue);
+  auto port = value != nullptr ? value->Text() : std::nullopt;
+  if (!port) {
+    port = base::FindCupsDevice(*wide_name);
+  }
+  return port ? std::optional(ToUtf8(*port)) : std::nullopt;
+}
+
 void RequireQueue(const std::string& name) {
   Require(LoadRegistry(), name);
 }

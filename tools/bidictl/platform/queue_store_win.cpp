@@ -212,6 +212,15 @@ std::vector<Queue> ListQueues() {
   return queues;
 }
 
+std::optional<std::string> FindPort(const std::string& name) {
+  if (!ToWide(name)) {
+    return std::nullopt;
+  }
+  const auto queues = ReadQueues();
+  const Queue* queue = FindQueue(queues, name);
+  return queue != nullptr ? std::optional(queue->port) : std::nullopt;
+}
+
 void RequireQueue(const std::string& name) {
   CheckQueueName(name);
   if (!FindQueue(ReadQueues(), name)) {

@@ -151,7 +151,7 @@ ErrorState ReadErrorState(uint32_t status_code) {
 }
 
 std::string ExplainStatus(const StatusAnswer& answer) {
-  if (answer.response_code == kNotRead) {
+  if (!answer.WasRead()) {
     return ResponseCodeText(kNotRead) + "\n";
   }
   const ErrorState state = ReadErrorState(answer.status_code);

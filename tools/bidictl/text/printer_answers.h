@@ -21,6 +21,9 @@ struct StatusAnswer {
   int64_t printer_state = 0;
   int64_t response_code = 0;
   uint32_t status_code = 0;
+
+  /// False when the answer says that the printer could not be read.
+  bool WasRead() const { return response_code != 1; }
 };
 
 /// Takes an answer's text apart; false when it is not a status answer.
