@@ -141,6 +141,7 @@ TEST_F(CommandLine, WhatIsNotUnderstood) {
        {"password test q --user u --target \"\"", 64, "", "the target name is empty"},
        {"trace follow --seconds 0|trace follow --seconds 86401", 64, "",
         "--seconds: Value * not in range 1 to 86400 *"},
+       {"certificate show q --user u --pem --json", 64, "", "--* excludes --* *"},
        {"certificate show q --user u --pem --der f", 64, "", "--pem excludes --der *"},
        {"certificate show q --user u --mode x", 64, "", "*--mode*"}});
 }
@@ -178,6 +179,8 @@ TEST_F(CommandLine, StatusAndPort) {
         "the queue 'cli-local' is on the port 'LPT1:', behind which there is no network device"},
        {"status " + std::string(64, 'x'), 1, "", "neither a queue nor a host is known by the name 'xx*"},
        {"port cli-test", 0, "The queue's port leads to a network device that answers.\n"},
+       {"port cli-test --json", 0, "{\"queue\":\"cli-test\",\"state\":\"connected\"}\n"},
+       {"port cli-local --json", 2, "*\"noDevice\"}\n"},
        {"port cli-local", 2,
         "There is no network device behind the queue's port, or there is no such queue.\n"},
        {"port \"\"", 3, "",
@@ -225,17 +228,23 @@ TEST_F(CommandLine, CertificateShown) {
   const std::string show = "certificate show cli-test --user cli-user";
   const fs::path copy = kFolder / "copy.der";
   UseCertificate("chained", "u-1", "[2, 12038]");
-  Check({{show, 0,
-          "device UUID  u-1\nsubject      CN=vexmo-printer, O=Vexmo, C=XX\n"
-          "issuer       CN=vexmo-root, O=Vexmo, C=XX\n"
-          "valid from   2020-01-01 00:00:00 UTC\nvalid until  2099-12-31 23:59:59 UTC\n"
-          "SHA-1        *:*\nSHA-256      *:*\n             *:*\n"
-          "warnings     CERT_TRUST_IS_NOT_TIME_NESTED (2, 0x00000002)\n"
-          "             ERROR_INTERNET_SEC_CERT_CN_INVALID (12038, 0x00002F06)\n"},
-         {show + " --pem", 0, "-----BEGIN CERTIFICATE-----\n*\n-----END CERTIFICATE-----\n"},
-         {show + " --der \"" + copy.string() + "\"", 0, ""},
-         {show + " --der \"" + (copy / "x").string() + "\"", 1, "", "the file '*x' cannot be written"},
-         {show + " --mode 1", 0, "device UUID  none was read\n*"}});
+  Check(
+      {{show, 0,
+        "device UUID  u-1\nsubject      CN=vexmo-printer, O=Vexmo, C=XX\n"
+        "issuer       CN=vexmo-root, O=Vexmo, C=XX\n"
+        "valid from   2020-01-01 00:00:00 UTC\nvalid until  2099-12-31 23:59:59 UTC\n"
+        "SHA-1        *:*\nSHA-256      *:*\n             *:*\n"
+        "warnings     CERT_TRUST_IS_NOT_TIME_NESTED (2, 0x00000002)\n"
+        "             ERROR_INTERNET_SEC_CERT_CN_INVALID (12038, 0x00002F06)\n"},
+       {show + " --json", 0,
+        R"({"deviceUuid":"u-1","subject":"CN=vexmo-printer, O=Vexmo, C=XX","issuer":"CN=vexmo-root, *",)"
+        R"("validFrom":"2020-01-01T00:00:00Z","validUntil":"2099-12-31T23:59:59Z","sha1":"*:*","sha256":"*:*",)"
+        R"("warnings":[{"code":2,"name":"CERT_TRUST_IS_NOT_TIME_NESTED"},{"code":12038,*}]})"
+        "\n"},
+       {show + " --pem", 0, "-----BEGIN CERTIFICATE-----\n*\n-----END CERTIFICATE-----\n"},
+       {show + " --der \"" + copy.string() + "\"", 0, ""},
+       {show + " --der \"" + (copy / "x").string() + "\"", 1, "", "the file '*x' cannot be written"},
+       {show + " --mode 1", 0, "device UUID  none was read\n*"}});
   EXPECT_EQ(ReadBytes(copy), ReadBytes(CERTIFICATE_FOLDER "/chained.der"));
   fs::remove(copy);
   UsePrinter(R"({"addresses": {"ports": {"*": {}}}, "certificate": {"der": "eA==", "uuid": "u-1"}})");
@@ -245,6 +254,9 @@ TEST_F(CommandLine, CertificateShown) {
   UsePrinter(R"({"addresses": {"ports": {"*": {}}}, "certificate": {"warnings": [32]}})");
   Check({{show + " --mode 1", 0,
           "*\ncertificate  none was read\nwarnings     CERT_TRUST_IS_UNTRUSTED_ROOT (32, *"},
+         {show + " --mode 1 --json", 0,
+          R"({"warnings":[{"code":32,"name":"CERT_TRUST_IS_UNTRUSTED_ROOT"}]})"
+          "\n"},
          {show + " --mode 1 --pem", 1, "", "there are warnings, but no certificate was read"}});
   UsePrinter("{}");
   Check({{show, 1, "", "no certificate could be read from the printer behind 'cli-test'. *"}});
@@ -275,6 +287,9 @@ TEST_F(CommandLine, CertificateTrusted) {
   Check({{verify, 4, differs + "*ERROR_NO_MATCH (1169, *_DATE_INVALID (12037, *"},
          refused,
          {trust + " --yes", 0, now_kept},
+         {verify + " --json", 3,
+          R"({"verdict":"datesInvalid","warnings":[],"warningsAfterCheck":[*12037,*)"
+          "\n"},
          {verify, 3, "The certificate's dates do not hold (12037).\n*"}});
   UseCertificate("renewed", "u-1");
   Check({{verify, 4, differs + "*"}, refused});
@@ -298,6 +313,9 @@ TEST_F(CommandLine, Queues) {
        {"queue add cli,x --port LPT1:", 1, "", "a queue name must not hold a backslash or a comma: 'cli,x'"},
        {"queue add cli-new --port \"\"", 1, "", "the port name is empty"},
        {"queue list", 0, "*cli-Büro 😀 * LPT1:\n*cli-test *192.0.2.10\n*"},
+       {"queue list --json", 0,
+        R"([*{"name":"cli-Büro 😀","port":"LPT1:"},{"name":"cli-test","port":"192.0.2.10"}*])"
+        "\n"},
        {"queue remove Cli-Test", 0, ""},
        {"queue remove cli-test", 1, "", none},
        {"trace on cli-test", 1, "", none},

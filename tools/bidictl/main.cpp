@@ -14,13 +14,17 @@ namespace {
 struct CommandLine {
   ItemsOptions items;
   StatusOptions status;
-  std::string port_queue;
+  PortOptions port;
   PasswordOptions password;
   CertificateOptions certificate;
   QueueOptions queue;
   TraceOptions trace;
   int exit_code = kExitDone;
 };
+
+CLI::Option* AddJson(CLI::App& command, bool& json) {
+  return command.add_flag("--json", json, "Print JSON on one line, for programs");
+}
 
 void AddItems(CLI::App& program, CommandLine& line) {
   auto* command = program.add_subcommand("items", "Read the data items of a queue's printer, as JSON");
@@ -71,7 +75,8 @@ void AddStatus(CLI::App& program, CommandLine& line) {
 
 void AddPort(CLI::App& program, CommandLine& line) {
   auto* command = program.add_subcommand("port", "Say whether a device answers behind a queue's port");
-  command->add_option("QUEUE", line.port_queue, "Name of the print queue")->required();
+  command->add_option("QUEUE", line.port.queue, "Name of the print queue")->required();
+  AddJson(*command, line.port.json);
   command->footer(
       "Example:\n"
       "  bidictl port Office && echo connected\n"
@@ -79,7 +84,7 @@ void AddPort(CLI::App& program, CommandLine& line) {
       "Exit codes: 0 a network device answers, 1 it does not answer, 2 there is no network device behind the "
       "port,\n"
       "3 the question could not be answered.");
-  command->callback([&line] { line.exit_code = RunPort(line.port_queue); });
+  command->callback([&line] { line.exit_code = RunPort(line.port); });
 }
 
 void AddPasswordOperation(CLI::App& group,
@@ -143,23 +148,26 @@ void AddCertificateShow(CLI::App& group, CommandLine& line) {
           "is without an address")
       ->type_name("N");
   auto* pem = command->add_flag("--pem", options.pem, "Print the certificate as PEM instead");
-  command->add_option("--der", options.der_file, "Write the certificate into this file instead")
-      ->type_name("FILE")
-      ->excludes(pem);
+  auto* der = command->add_option("--der", options.der_file, "Write the certificate into this file instead")
+                  ->type_name("FILE")
+                  ->excludes(pem);
+  AddJson(*command, options.json)->excludes(pem)->excludes(der);
   command->footer("Exit codes: 0 done, 1 no certificate could be read.");
 }
 
 void AddCertificateVerify(CLI::App& group, CommandLine& line) {
-  AddCertificateOperation(group, "verify", "Check the printer's certificate against the vault's copy", line,
-                          RunCertificateVerify)
-      ->footer(
-          "Exit codes: 0 it is the vault's copy and its dates hold; 1 it could not be read or checked; 2 the "
-          "vault "
-          "has no\n"
-          "copy; 3 the dates do not hold; 4 it is another one than the vault's copy; 5 a warning ended the "
-          "check. "
-          "The\n"
-          "greatest that applies counts.");
+  auto* command =
+      AddCertificateOperation(group, "verify", "Check the printer's certificate against the vault's copy",
+                              line, RunCertificateVerify);
+  AddJson(*command, line.certificate.json);
+  command->footer(
+      "Exit codes: 0 it is the vault's copy and its dates hold; 1 it could not be read or checked; 2 the "
+      "vault "
+      "has no\n"
+      "copy; 3 the dates do not hold; 4 it is another one than the vault's copy; 5 a warning ended the "
+      "check. "
+      "The\n"
+      "greatest that applies counts.");
 }
 
 void AddCertificateTrust(CLI::App& group, CommandLine& line) {
@@ -218,8 +226,9 @@ void AddQueues(CLI::App& program, CommandLine& line) {
   AddQueueAdd(*group, line);
 
   auto* list = group->add_subcommand("list", "List the queues with their ports");
+  AddJson(*list, line.queue.json);
   list->footer("Exit codes: 0 done, 1 the queues could not be read.");
-  list->callback([&line] { line.exit_code = RunQueueList(); });
+  list->callback([&line] { line.exit_code = RunQueueList(line.queue); });
 
   auto* remove = group->add_subcommand("remove", "Remove a queue");
   remove->add_option("QUEUE", line.queue.name, "Name of the queue")->required();

@@ -24,7 +24,11 @@ struct StatusOptions {
 };
 int RunStatus(const StatusOptions& options);
 
-int RunPort(const std::string& queue);
+struct PortOptions {
+  std::string queue;
+  bool json = false;
+};
+int RunPort(const PortOptions& options);
 
 struct PasswordOptions {
   std::string queue;
@@ -41,6 +45,7 @@ struct CertificateOptions {
   CustomBidiDword mode = 0;
   bool pem = false;
   std::string der_file;
+  bool json = false;
   bool yes = false;
 };
 int RunCertificateShow(const CertificateOptions& options);
@@ -50,9 +55,10 @@ int RunCertificateTrust(const CertificateOptions& options);
 struct QueueOptions {
   std::string name;
   std::string port;
+  bool json = false;
 };
 int RunQueueAdd(const QueueOptions& options);
-int RunQueueList();
+int RunQueueList(const QueueOptions& options);
 int RunQueueRemove(const QueueOptions& options);
 
 struct TraceOptions {

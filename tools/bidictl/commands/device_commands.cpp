@@ -1,5 +1,6 @@
 // What is asked of a printer: its items, its state, and whether it answers.
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <memory>
@@ -28,6 +29,21 @@ enum PortExitCode { kExitConnected = 0, kExitNotAnswering = 1, kExitNoDevice = 2
 
 // None of the three answers: the call leaves it standing when it has none to give.
 constexpr CustomBidiLong kNoAnswer = std::numeric_limits<CustomBidiLong>::min();
+
+struct PortAnswer {
+  CustomBidiLong status;
+  PortExitCode exit_code;
+  const char* name;
+  const char* sentence;
+};
+constexpr std::array kPortAnswers = {
+    PortAnswer{kCustomBidiPortConnected, kExitConnected, "connected",
+               "The queue's port leads to a network device that answers.\n"},
+    PortAnswer{kCustomBidiPortOffline, kExitNotAnswering, "notAnswering",
+               "The queue's port leads to a network device that does not answer.\n"},
+    PortAnswer{kCustomBidiPortNonPhysical, kExitNoDevice, "noDevice",
+               "There is no network device behind the queue's port, or there is no such queue.\n"},
+};
 
 size_t AnswerChars(const std::vector<WideString>& names) {
   size_t chars = kItemsChars;
@@ -129,23 +145,21 @@ int RunStatus(const StatusOptions& options) {
   return is_answered && !status.WasRead() ? kExitNotRead : kExitDone;
 }
 
-int RunPort(const std::string& queue) {
-  const WideString name = WideArgument("queue name", queue);
+int RunPort(const PortOptions& options) {
+  const WideString name = WideArgument("queue name", options.queue);
   CustomBidiLong status = kNoAnswer;
   const bool done = GetPortStatus(name.c_str(), &status) != 0;
-  if (done && status == kCustomBidiPortConnected) {
-    Print("The queue's port leads to a network device that answers.\n");
-    return kExitConnected;
+  const auto answer = std::ranges::find(kPortAnswers, status, &PortAnswer::status);
+  if (!done || answer == kPortAnswers.end()) {
+    throw CommandError("the port of '" + options.queue + "' could not be asked. " + WhereToLook(),
+                       kExitPortFailed);
   }
-  if (done && status == kCustomBidiPortOffline) {
-    Print("The queue's port leads to a network device that does not answer.\n");
-    return kExitNotAnswering;
+  if (options.json) {
+    Print(JsonObject().Add("queue", options.queue).Add("state", answer->name).ToText() + "\n");
+  } else {
+    Print(answer->sentence);
   }
-  if (done && status == kCustomBidiPortNonPhysical) {
-    Print("There is no network device behind the queue's port, or there is no such queue.\n");
-    return kExitNoDevice;
-  }
-  throw CommandError("the port of '" + queue + "' could not be asked. " + WhereToLook(), kExitPortFailed);
+  return answer->exit_code;
 }
 
 }  // namespace custom_bidi_tools

@@ -8,6 +8,7 @@
 
 #include "tools/bidictl/commands/commands.h"
 #include "tools/bidictl/platform/queue_store.h"
+#include "tools/bidictl/text/printer_answers.h"
 
 namespace custom_bidi_tools {
 
@@ -78,10 +79,19 @@ int RunQueueAdd(const QueueOptions& options) {
   return kExitDone;
 }
 
-int RunQueueList() {
+int RunQueueList(const QueueOptions& options) {
+  const std::vector<Queue> queues = ListQueues();
+  if (options.json) {
+    std::vector<JsonObject> list;
+    for (const Queue& queue : queues) {
+      list.push_back(JsonObject().Add("name", queue.name).Add("port", queue.port));
+    }
+    Print(JsonList(list) + "\n");
+    return kExitDone;
+  }
   std::vector<Row> rows;
-  for (auto& queue : ListQueues()) {
-    rows.push_back({std::move(queue.name), std::move(queue.port)});
+  for (const Queue& queue : queues) {
+    rows.push_back({queue.name, queue.port});
   }
   Print(LayOut(rows, OutputWidth()));
   return kExitDone;

@@ -1,5 +1,6 @@
 // What is kept in the vault: passwords, and the certificates of printers.
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 #include <sstream>
 
 #include "tools/bidictl/commands/commands.h"
+#include "tools/bidictl/text/printer_answers.h"
 #include "tools/bidictl/text/shown_certificate.h"
 
 namespace custom_bidi_tools {
@@ -151,6 +153,37 @@ void AddCertificate(std::span<const uint8_t> der, std::vector<Row>& rows) {
   rows.push_back({"SHA-256", text->sha256});
 }
 
+std::vector<JsonObject> WarningsAsJson(const std::vector<uint32_t>& warnings) {
+  std::vector<JsonObject> list;
+  for (const uint32_t code : warnings) {
+    list.push_back(JsonObject().Add("code", int64_t{code}).Add("name", WarningName(code)));
+  }
+  return list;
+}
+
+/// A time as RFC 3339 has it.
+std::string JsonTime(std::string time) {
+  std::ranges::replace(time, ' ', 'T');
+  return time + 'Z';
+}
+
+/// What was not read is left out.
+JsonObject RecordAsJson(const CertificateRecord& record) {
+  JsonObject object;
+  if (const std::string uuid = record.device_uuid(); !uuid.empty()) {
+    object.Add("deviceUuid", uuid);
+  }
+  if (const auto text = ReadCertificate(record.certificate())) {
+    object.Add("subject", text->subject)
+        .Add("issuer", text->issuer)
+        .Add("validFrom", JsonTime(text->valid_from))
+        .Add("validUntil", JsonTime(text->valid_until))
+        .Add("sha1", text->sha1)
+        .Add("sha256", text->sha256);
+  }
+  return object.Add("warnings", WarningsAsJson(record.warnings()));
+}
+
 void WriteDer(const std::string& file, std::span<const uint8_t> der) {
   const std::filesystem::path path(std::u8string(file.begin(), file.end()));
   std::ofstream stream(path, std::ios::binary);
@@ -161,20 +194,26 @@ void WriteDer(const std::string& file, std::span<const uint8_t> der) {
   }
 }
 
-int ExitCodeOf(Verdict verdict) {
+/// How a verdict is told to programs.
+struct ToldVerdict {
+  VerifyExitCode exit_code;
+  const char* name;
+};
+
+ToldVerdict Tell(Verdict verdict) {
   switch (verdict) {
     case Verdict::kMatches:
-      return kExitMatches;
+      return {kExitMatches, "matches"};
     case Verdict::kNotKept:
-      return kExitNotKept;
+      return {kExitNotKept, "notKept"};
     case Verdict::kDatesInvalid:
-      return kExitDatesInvalid;
+      return {kExitDatesInvalid, "datesInvalid"};
     case Verdict::kDiffers:
-      return kExitDiffers;
+      return {kExitDiffers, "differs"};
     case Verdict::kNonNegotiable:
-      return kExitNonNegotiable;
+      return {kExitNonNegotiable, "nonNegotiable"};
   }
-  return kExitNotChecked;
+  return {kExitNotChecked, "notChecked"};
 }
 
 /// Whether the vault's entry is this very certificate; false also when it cannot be compared.
@@ -244,6 +283,10 @@ int RunCertificateShow(const CertificateOptions& options) {
     Print(PemOf(der));
     return kExitDone;
   }
+  if (options.json) {
+    Print(RecordAsJson(printer.record()).ToText() + "\n");
+    return kExitDone;
+  }
 
   std::vector<Row> rows;
   const std::string uuid = printer.record().device_uuid();
@@ -267,11 +310,20 @@ int RunCertificateVerify(const CertificateOptions& options) {
         kExitNotChecked);
   }
   const Verdict verdict = JudgeCheck(before, *after, is_kept);
+  const ToldVerdict told = Tell(verdict);
+  if (options.json) {
+    const JsonObject object = JsonObject()
+                                  .Add("verdict", told.name)
+                                  .Add("warnings", WarningsAsJson(before))
+                                  .Add("warningsAfterCheck", WarningsAsJson(*after));
+    Print(object.ToText() + "\n");
+    return told.exit_code;
+  }
   std::vector<Row> rows;
   AddWarnings("the device's warnings", before, rows);
   AddWarnings("after the check", *after, rows);
   Print(VerdictText(verdict) + "\n" + LayOut(rows, OutputWidth()));
-  return ExitCodeOf(verdict);
+  return told.exit_code;
 }
 
 int RunCertificateTrust(const CertificateOptions& options) {

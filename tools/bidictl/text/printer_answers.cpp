@@ -70,6 +70,10 @@ ErrorBytes FirstTwoBytes(uint32_t status_code) {
   return {status_code >> 16, (status_code & 0xFFFF) != 0};
 }
 
+std::string Quoted(const std::string& text) {
+  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 std::string Hexadecimal(uint32_t value) {
   std::ostringstream text;
   text << "0x" << std::hex << std::uppercase << std::setfill('0') << std::setw(value <= 0xFF ? 2 : 4)
@@ -148,6 +152,31 @@ ErrorState ReadErrorState(uint32_t status_code) {
   }
   state.has_unknown_bits = has_more || (bits & 1U) != 0;
   return state;
+}
+
+JsonObject& JsonObject::Add(const std::string& name, const std::string& text) {
+  return AddValue(name, Quoted(text));
+}
+
+JsonObject& JsonObject::Add(const std::string& name, int64_t number) {
+  return AddValue(name, std::to_string(number));
+}
+
+JsonObject& JsonObject::Add(const std::string& name, const std::vector<JsonObject>& list) {
+  return AddValue(name, JsonList(list));
+}
+
+JsonObject& JsonObject::AddValue(const std::string& name, const std::string& value) {
+  members_ += (members_.empty() ? "" : ",") + Quoted(name) + ':' + value;
+  return *this;
+}
+
+std::string JsonList(const std::vector<JsonObject>& list) {
+  std::string text;
+  for (const JsonObject& object : list) {
+    text += (text.empty() ? "" : ",") + object.ToText();
+  }
+  return '[' + text + ']';
 }
 
 std::string ExplainStatus(const StatusAnswer& answer) {

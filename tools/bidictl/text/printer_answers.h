@@ -8,7 +8,7 @@
 #include "tools/bidictl/text/bidictl_text.h"
 
 /// The library's answers, which are JSON, as they are shown: items as rows, and the numbers of a status in
-/// words. The names are those of RFC 2790.
+/// words. The names are those of RFC 2790. And what `--json` gives for answers that are none.
 namespace custom_bidi_tools {
 
 /// The rows of a bidi answer, in the order of their names. An item that is "Valid" with a list of values
@@ -40,6 +40,26 @@ struct ErrorState {
   bool has_unknown_bits = false;   ///< a bit without a name is set, or something behind the second byte
 };
 ErrorState ReadErrorState(uint32_t status_code);
+
+/// A JSON object (RFC 8259) as it is printed: on one line, in UTF-8, its members in the order in which they came.
+/// A text's bytes that are not UTF-8 become U+FFFD.
+class JsonObject {
+ public:
+  JsonObject& Add(const std::string& name, const std::string& text);
+  JsonObject& Add(const std::string& name, const char* text) { return Add(name, std::string(text)); }
+  JsonObject& Add(const std::string& name, int64_t number);
+  JsonObject& Add(const std::string& name, const std::vector<JsonObject>& list);
+
+  std::string ToText() const { return '{' + members_ + '}'; }
+
+ private:
+  JsonObject& AddValue(const std::string& name, const std::string& value);
+
+  std::string members_;
+};
+
+/// A list of objects, on one line.
+std::string JsonList(const std::vector<JsonObject>& list);
 
 /// The whole status answer, one line for each member. A printer that could not be read is told in one line.
 std::string ExplainStatus(const StatusAnswer& answer);
