@@ -93,7 +93,7 @@ bool Send(const CupsFunctions& cups, http_t* connection, ipp_t* request) {
   return state == IPP_STATE_DATA;
 }
 
-/// Null unless the answer is a good one.
+/// Null unless the answer is a good one, or says that there is no such queue or none at all.
 Message Receive(const CupsFunctions& cups, http_t* connection) {
   http_status_t status = HTTP_STATUS_CONTINUE;
   while (status == HTTP_STATUS_CONTINUE) {
@@ -107,8 +107,9 @@ Message Receive(const CupsFunctions& cups, http_t* connection) {
   while (state != IPP_STATE_DATA && state != IPP_STATE_ERROR) {
     state = cups.Call<&::ippRead>(connection, response.get());
   }
+  const ipp_status_t code = cups.Call<&::ippGetStatusCode>(response.get());
   if (state != IPP_STATE_DATA ||
-      cups.Call<&::ippGetStatusCode>(response.get()) > IPP_STATUS_OK_EVENTS_COMPLETE) {
+      (code > IPP_STATUS_OK_EVENTS_COMPLETE && code != IPP_STATUS_ERROR_NOT_FOUND)) {
     response.reset();
   }
   return response;
@@ -141,12 +142,12 @@ std::vector<CupsQueue> ReadQueues(const CupsFunctions& cups, ipp_t* response) {
   return queues;
 }
 
-/// `uri` is null for a request that concerns all queues.
-std::vector<CupsQueue> Ask(const CupsFunctions& cups, ipp_op_t operation, const char* uri) {
+/// `uri` is null for a request that concerns all queues. Nothing without a good answer.
+std::optional<std::vector<CupsQueue>> Ask(const CupsFunctions& cups, ipp_op_t operation, const char* uri) {
   constexpr std::array kAttributes = {"printer-name", "device-uri"};
   const Connection connection = Connect(cups);
   if (!connection) {
-    return {};
+    return std::nullopt;
   }
   const Message request(cups.Call<&::ippNewRequest>(operation), cups.Get<&::ippDelete>());
   if (uri != nullptr) {
@@ -156,10 +157,10 @@ std::vector<CupsQueue> Ask(const CupsFunctions& cups, ipp_op_t operation, const 
                               "requested-attributes", static_cast<int>(kAttributes.size()), nullptr,
                               kAttributes.data());
   if (!Send(cups, connection.get(), request.get())) {
-    return {};
+    return std::nullopt;
   }
   const Message response = Receive(cups, connection.get());
-  return response ? ReadQueues(cups, response.get()) : std::vector<CupsQueue>();
+  return response ? std::optional(ReadQueues(cups, response.get())) : std::nullopt;
 }
 
 bool CanBeCupsName(std::u16string_view name) {
@@ -183,13 +184,13 @@ std::optional<std::u16string> FindCupsDevice(std::u16string_view queue) {
                                       "/printers/%s", ToUtf8(queue).c_str()) != HTTP_URI_STATUS_OK) {
     return std::nullopt;
   }
-  const std::vector<CupsQueue> queues = Ask(*cups, IPP_OP_GET_PRINTER_ATTRIBUTES, uri);
-  return queues.empty() ? std::nullopt : std::optional(queues.front().device_uri);
+  const auto queues = Ask(*cups, IPP_OP_GET_PRINTER_ATTRIBUTES, uri);
+  return !queues || queues->empty() ? std::nullopt : std::optional(queues->front().device_uri);
 }
 
-std::vector<CupsQueue> ListCupsQueues() {
+std::optional<std::vector<CupsQueue>> ListCupsQueues() {
   const CupsFunctions* const cups = TheCupsFunctions();
-  return cups != nullptr ? Ask(*cups, IPP_OP_CUPS_GET_PRINTERS, nullptr) : std::vector<CupsQueue>();
+  return cups != nullptr ? Ask(*cups, IPP_OP_CUPS_GET_PRINTERS, nullptr) : std::nullopt;
 }
 
 }  // namespace base

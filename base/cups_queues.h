@@ -5,7 +5,7 @@
 /// call.
 ///
 /// A spooler that stays silent costs some 3 s at most. Where there is no libcups, no spooler or no answer,
-/// there are no queues. What needs a password is not answered: nobody is asked for one.
+/// no queue is found. What needs a password is not answered: nobody is asked for one.
 
 #include <optional>
 #include <string>
@@ -23,7 +23,7 @@ struct CupsQueue {
 /// The device of a queue, whose name is compared without regard to case.
 std::optional<std::u16string> FindCupsDevice(std::u16string_view queue);
 
-/// All queues that have a device, in the order in which CUPS has them.
-std::vector<CupsQueue> ListCupsQueues();
+/// All queues that have a device, in the order in which CUPS has them; nothing when there is nobody to tell.
+std::optional<std::vector<CupsQueue>> ListCupsQueues();
 
 }  // namespace base

@@ -40,6 +40,9 @@ class RegistryFile {
   /// Reads a file by its POSIX path. A missing file is an empty registry. Returns 0 or a Win32 code.
   static DWORD Load(const std::string& posix_path, RegistryFile* registry);
 
+  /// The number, from 1, of the first line that was skipped because it is malformed; 0 when none was.
+  size_t FirstMalformedLine() const { return first_malformed_line_; }
+
   bool HasKey(std::u16string_view key) const;
 
   /// Null when there is no such value. Valid until the registry changes.
@@ -85,6 +88,7 @@ class RegistryFile {
   static void PutValue(Key& key, std::u16string_view name, RegistryValue value);
 
   std::map<std::u16string, Key> keys_;  // by folded path, without those that are there only for one below
+  size_t first_malformed_line_ = 0;
 };
 
 }  // namespace base

@@ -184,12 +184,15 @@ class RegistryFile::Parser {
 
  private:
   std::u16string_view NextLine();
-  void ReadKey(std::u16string_view line);
-  void ReadValue(std::u16string_view line);
+  // These return false for what is malformed.
+  bool ReadLine(std::u16string_view line);
+  bool ReadKey(std::u16string_view line);
+  bool ReadValue(std::u16string_view line);
   std::optional<RegistryValue> ReadData(std::u16string_view data);
   std::optional<RegistryValue> ReadHex(std::u16string_view data);
 
   std::u16string_view rest_;
+  size_t line_number_ = 0;  // of the line before the rest
   RegistryFile* registry_;
   Key* key_ = nullptr;  // the values belong to it; null behind a malformed or removed key
 };
@@ -197,60 +200,77 @@ class RegistryFile::Parser {
 void RegistryFile::Parser::Run() {
   while (!rest_.empty()) {
     const std::u16string_view line = NextLine();
-    if (line.empty()) {
-      continue;
-    }
-    if (line[0] == u'[') {
-      ReadKey(line);
-    } else if (key_ != nullptr && (line[0] == u'"' || line[0] == u'@')) {
-      ReadValue(line);
+    const size_t number = line_number_;  // a value may go on in the next lines
+    if (!line.empty() && !ReadLine(line) && registry_->first_malformed_line_ == 0) {
+      registry_->first_malformed_line_ = number;
     }
   }
 }
 
+bool RegistryFile::Parser::ReadLine(std::u16string_view line) {
+  switch (line[0]) {
+    case u'[':
+      return ReadKey(line);
+    case u'"':
+    case u'@':
+      return key_ == nullptr || ReadValue(line);
+    case u';':
+      return true;
+    default:
+      return line_number_ == 1 && (line.starts_with(u"Windows Registry Editor ") || line == u"REGEDIT4");
+  }
+}
+
 std::u16string_view RegistryFile::Parser::NextLine() {
+  ++line_number_;
   const size_t end = rest_.find(u'\n');
   const std::u16string_view line = rest_.substr(0, end);
   rest_.remove_prefix(end == std::u16string_view::npos ? rest_.size() : end + 1);
   return Trim(line);
 }
 
-void RegistryFile::Parser::ReadKey(std::u16string_view line) {
+bool RegistryFile::Parser::ReadKey(std::u16string_view line) {
   key_ = nullptr;
   // The last one: a key's name may hold brackets.
   const size_t end = line.rfind(u']');
   if (end == std::u16string_view::npos || !IsNothingOrComment(line.substr(end + 1))) {
-    return;
+    return false;
   }
   const std::u16string_view path = line.substr(1, end - 1);
   if (!path.empty() && path[0] == u'-') {
     registry_->RemoveKey(path.substr(1));
-  } else {
-    key_ = registry_->MakeKey(path);
+    return true;
   }
+  key_ = registry_->MakeKey(path);
+  return key_ != nullptr;
 }
 
-void RegistryFile::Parser::ReadValue(std::u16string_view line) {
+bool RegistryFile::Parser::ReadValue(std::u16string_view line) {
   std::u16string name;
   if (line[0] == u'@') {
     line.remove_prefix(1);
   } else {
     auto quoted = TakeQuoted(line);
     if (!quoted) {
-      return;
+      return false;
     }
     name = std::move(*quoted);
   }
   line = Trim(line);
   if (line.empty() || line[0] != u'=') {
-    return;
+    return false;
   }
   const std::u16string_view data = Trim(line.substr(1));
   if (WithoutComment(data) == u"-") {
     key_->values.erase(FoldCase(name));
-  } else if (auto value = ReadData(data)) {
-    RegistryFile::PutValue(*key_, name, std::move(*value));
+    return true;
   }
+  auto value = ReadData(data);
+  if (!value) {
+    return false;
+  }
+  RegistryFile::PutValue(*key_, name, std::move(*value));
+  return true;
 }
 
 std::optional<RegistryValue> RegistryFile::Parser::ReadData(std::u16string_view data) {

@@ -306,21 +306,45 @@ TEST_F(CommandLine, CertificateTrusted) {
 
 TEST_F(CommandLine, Queues) {
   const std::string none = "there is no queue 'cli-test'; 'bidictl queue list' shows the queues";
+  const std::string no_cups =
+      kIsWindows ? "" : "CUPS does not answer at '/nonexistent/cups.sock' (CUPS_SERVER)*";
   Check(
       {{"queue add \"cli-Büro 😀\" --port LPT1:", 0, ""},
        {"queue add CLI-TEST --port LPT1:", 1, "", "there is a queue 'CLI-TEST' already; remove it first"},
        {"queue add \"\" --port LPT1:", 1, "", "the queue name is empty"},
        {"queue add cli,x --port LPT1:", 1, "", "a queue name must not hold a backslash or a comma: 'cli,x'"},
        {"queue add cli-new --port \"\"", 1, "", "the port name is empty"},
-       {"queue list", 0, "*cli-Büro 😀 * LPT1:\n*cli-test *192.0.2.10\n*"},
+       {"queue list", 0, "*cli-Büro 😀 * LPT1:\n*cli-test *192.0.2.10\n*", no_cups},
        {"queue list --json", 0,
         R"([*{"name":"cli-Büro 😀","port":"LPT1:"},{"name":"cli-test","port":"192.0.2.10"}*])"
-        "\n"},
+        "\n",
+        no_cups},
        {"queue remove Cli-Test", 0, ""},
        {"queue remove cli-test", 1, "", none},
        {"trace on cli-test", 1, "", none},
        {"trace show cli-test", 1, "", none},
        {"trace follow cli-test --seconds 1", 1, "", none}});
+}
+
+TEST_F(CommandLine, QueuesThatAreNotKnown) {
+  if (kIsWindows) {
+    GTEST_SKIP() << "the spooler's registry is no file, and there is no other spooler";
+  }
+  const fs::path home = kFolder / "other-home";
+  const fs::path registry = home / "registry.reg";
+  const std::string home_before = std::getenv("CUSTOMBIDI_HOME");
+  SetVariable("CUSTOMBIDI_HOME", home.string());
+  const std::string no_cups = "CUPS does not answer at '/nonexistent/cups.sock' (CUPS_SERVER)*";
+  const std::string both = registry.string() + ":4: this line is not understood*\nbidictl: " + no_cups;
+  const Row none = {"port Office", 2, "There is no network device*", no_cups};
+  Check({{"queue list", 1, "", no_cups}, {"queue list --json", 1, "[]\n", no_cups}, none});
+  fs::create_directories(home);
+  WriteFile(registry,
+            "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\"
+            "Control\\Print\\Printers\\Office]\n\"Port\"=\"192.0.2.10\n");
+  Check({{"queue list", 0, "Office\n", both}, {none.lines, 2, none.out, both}});
+  fs::remove_all(home);
+  SetVariable("CUSTOMBIDI_HOME", home_before);
 }
 
 TEST_F(CommandLine, Trace) {

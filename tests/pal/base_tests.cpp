@@ -58,6 +58,14 @@ TEST(RegistryFile, ReadsValues) {
         "\"v\"=hex(1:01", "\"v\" dword:1", "\"v\"=qword:1", "\"v\"=dword:1\n\"V\"=-", "[K\n\"v\"=dword:1"}) {
     EXPECT_EQ(ValueIn(lines).first, -1) << lines;
   }
+  const std::pair<const char*, size_t> malformed[] = {{"", 0},
+                                                      {"; x\n\"v\"=hex:01,\\\n  02\n[-L]\n\"w\"=-", 0},
+                                                      {"\"v\"=hex:01,\\\n  0g\nx\n", 4},
+                                                      {"\n[L\n\"v\"", 5},
+                                                      {"x", 4}};
+  for (const auto& [lines, number] : malformed) {
+    EXPECT_EQ(RegistryFile::Parse(kHeader + std::string(lines)).FirstMalformedLine(), number) << lines;
+  }
   EXPECT_EQ(ValueIn("@=\"x\"", u""), TextValue(u"x"));
   EXPECT_EQ(ValueIn(R"("a\"b\\c"="x")", u"A\"b\\C"), TextValue(u"x"));
 }

@@ -116,6 +116,9 @@ TEST_F(CupsQueueTest, BidictlShowsBothKindsAndChangesOnlyItsOwn) {
   using namespace custom_bidi_tools;
   const CupsServer cups;
   SetVariable("CUPS_SERVER", cups.Server().c_str());
+  std::vector<std::string> complaints;
+  std::thread([&] { ListQueues(&complaints); }).join();
+  EXPECT_TRUE(complaints.empty()) << "a spooler without a queue: " << complaints.front();
   cups.AddQueue("Office", kIppUri);
   cups.AddQueue("Desk", "usb://Vexmo/VX");
   const std::string desk = "Desk=usb://Vexmo/VX ";
@@ -130,6 +133,8 @@ TEST_F(CupsQueueTest, BidictlShowsBothKindsAndChangesOnlyItsOwn) {
                {[] { RemoveQueue("Office"); }, "is one of CUPS", of_cups},  // in spite of its switch
                {[] { SetTrace("Nowhere", true); }, "there is no queue 'Nowhere'", of_cups},
                {[] { RequireQueue("desk"); }, "", of_cups},
+               {[] { EXPECT_EQ(FindPort("desk"), "usb://Vexmo/VX"); }, "", of_cups},
+               {[] { EXPECT_TRUE(IsSpoolersQueue("oFFICE") && !IsSpoolersQueue("Nowhere")); }, "", of_cups},
                {[] { RequireQueue("Nowhere"); }, "there is no queue 'Nowhere'", of_cups},
                {[] { AddQueue("OFFICE", "192.0.2.99"); }, "", desk + "OFFICE=192.0.2.99 "},
                {[] { AddQueue("Alone", "LPT1:"); }, "", "Alone=LPT1: " + desk + "OFFICE=192.0.2.99 "},

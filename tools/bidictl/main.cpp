@@ -227,7 +227,11 @@ void AddQueues(CLI::App& program, CommandLine& line) {
 
   auto* list = group->add_subcommand("list", "List the queues with their ports");
   AddJson(*list, line.queue.json);
-  list->footer("Exit codes: 0 done, 1 the queues could not be read.");
+  list->footer(
+      "Queues that are not listed because a spooler does not answer, or a line of the registry is not "
+      "understood, are told\n"
+      "on standard error.\n"
+      "Exit codes: 0 done, 1 the queues could not be read, or none could.");
   list->callback([&line] { line.exit_code = RunQueueList(line.queue); });
 
   auto* remove = group->add_subcommand("remove", "Remove a queue");

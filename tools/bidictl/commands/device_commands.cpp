@@ -102,6 +102,19 @@ std::string ReadStatus(const std::string& address) {
   return GetStatusData(WideArgument("address", address).c_str(), answer.data()) ? ToUtf8(answer.data()) : "";
 }
 
+/// Says on standard error what may keep a queue, if it is not to be found, from being there.
+void ExplainMissing(const std::string& queue) {
+  try {
+    std::vector<std::string> complaints;
+    if (!FindPort(queue)) {
+      ListQueues(&complaints);
+    }
+    std::ranges::for_each(complaints, Complain);
+  } catch (const QueueError& error) {
+    Complain(error.what());
+  }
+}
+
 }  // namespace
 
 int RunItems(const ItemsOptions& options) {
@@ -150,6 +163,9 @@ int RunPort(const PortOptions& options) {
   CustomBidiLong status = kNoAnswer;
   const bool done = GetPortStatus(name.c_str(), &status) != 0;
   const auto answer = std::ranges::find(kPortAnswers, status, &PortAnswer::status);
+  if (!done || status == kCustomBidiPortNonPhysical) {
+    ExplainMissing(options.queue);
+  }
   if (!done || answer == kPortAnswers.end()) {
     throw CommandError("the port of '" + options.queue + "' could not be asked. " + WhereToLook(),
                        kExitPortFailed);

@@ -1,5 +1,6 @@
 // The machine's queues, and their trace.
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -80,21 +81,24 @@ int RunQueueAdd(const QueueOptions& options) {
 }
 
 int RunQueueList(const QueueOptions& options) {
-  const std::vector<Queue> queues = ListQueues();
+  std::vector<std::string> complaints;
+  const std::vector<Queue> queues = ListQueues(&complaints);
+  std::ranges::for_each(complaints, Complain);
+  const int exit_code = queues.empty() && !complaints.empty() ? kExitFailed : kExitDone;
   if (options.json) {
     std::vector<JsonObject> list;
     for (const Queue& queue : queues) {
       list.push_back(JsonObject().Add("name", queue.name).Add("port", queue.port));
     }
     Print(JsonList(list) + "\n");
-    return kExitDone;
+    return exit_code;
   }
   std::vector<Row> rows;
   for (const Queue& queue : queues) {
     rows.push_back({queue.name, queue.port});
   }
   Print(LayOut(rows, OutputWidth()));
-  return kExitDone;
+  return exit_code;
 }
 
 int RunQueueRemove(const QueueOptions& options) {

@@ -32,8 +32,10 @@ void CheckPortName(const std::string& port);
 /// Adds a queue. Throws when there is one of that name, but not for one of CUPS: the new one comes first.
 void AddQueue(const std::string& name, const std::string& port);
 
-/// All queues, in the order of their names.
-std::vector<Queue> ListQueues();
+/// All queues, in the order of their names. `complaints`, which may be null, receives what keeps some of them from
+/// being there, one sentence each: a spooler that does not answer though it is named, or is all that there is;
+/// a part of the registry that is not understood.
+std::vector<Queue> ListQueues(std::vector<std::string>* complaints = nullptr);
 
 /// The port of a queue, for a queue of CUPS its device URI; nothing when there is no such queue, or no port.
 std::optional<std::string> FindPort(const std::string& name);

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/cups_queues.h"
 #include "base/error_codes.h"
@@ -96,9 +97,9 @@ void Require(const base::RegistryFile& registry, const std::string& name) {
 }
 
 /// Gives CUPS's queues to those of the registry that have no port of their own, and adds the others.
-void AddCupsQueues(std::vector<Queue>& queues) {
+void AddCupsQueues(const std::vector<base::CupsQueue>& cups_queues, std::vector<Queue>& queues) {
   const auto folded = [](const Queue& queue) { return base::FoldCase(ToWide(queue.name).value_or(u"")); };
-  for (const auto& [name, device_uri] : base::ListCupsQueues()) {
+  for (const auto& [name, device_uri] : cups_queues) {
     const auto known = std::ranges::find(queues, base::FoldCase(name), folded);
     if (known == queues.end()) {
       queues.push_back({ToUtf8(name), ToUtf8(device_uri)});
@@ -106,6 +107,20 @@ void AddCupsQueues(std::vector<Queue>& queues) {
       known->port = ToUtf8(device_uri);
     }
   }
+}
+
+/// Nothing to complain of where nobody expects CUPS: it is not named, and there are queues without it.
+std::vector<std::string> ComplaintsOfSilence() {
+  const char* const server = base::Variable("CUPS_SERVER");
+  const bool is_named = server != nullptr && *server != '\0';
+  const std::string path = base::RegistryFilePath();
+  std::error_code ignored;
+  const bool has_registry = std::filesystem::exists(path, ignored);
+  if (has_registry && !is_named) {
+    return {};
+  }
+  return {"CUPS does not answer" + (is_named ? " at '" + std::string(server) + "' (CUPS_SERVER)" : "") +
+          (has_registry ? ": only the queues in " + path + " are known" : ", and there is no " + path)};
 }
 
 void SetValue(RegistryEdit& edit,
@@ -130,14 +145,26 @@ void AddQueue(const std::string& name, const std::string& port) {
   edit.Save();
 }
 
-std::vector<Queue> ListQueues() {
+std::vector<Queue> ListQueues(std::vector<std::string>* complaints) {
   const auto registry = LoadRegistry();
   std::vector<Queue> queues;
   for (const auto& name : registry.Subkeys(kPrintersKey)) {
     const auto* value = registry.FindValue(std::u16string(kPrintersKey) + u'\\' + name, kPortValue);
     queues.push_back({ToUtf8(name), value != nullptr ? ToUtf8(value->Text().value_or(u"")) : ""});
   }
-  AddCupsQueues(queues);
+  std::vector<std::string> found;
+  if (const size_t line = registry.FirstMalformedLine()) {
+    found.push_back(base::RegistryFilePath() + ':' + std::to_string(line) +
+                    ": this line is not understood and does not count");
+  }
+  if (const auto cups_queues = base::ListCupsQueues()) {
+    AddCupsQueues(*cups_queues, queues);
+  } else {
+    std::ranges::move(ComplaintsOfSilence(), std::back_inserter(found));
+  }
+  if (complaints != nullptr) {
+    *complaints = std::move(found);
+  }
   std::ranges::sort(queues, {}, &Queue::name);
   return queues;
 }

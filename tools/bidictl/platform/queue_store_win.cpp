@@ -22,7 +22,8 @@ constexpr wchar_t kPrintersKey[] = L"SYSTEM\\CurrentControlSet\\Control\\Print\\
 constexpr char kTraceFile[] = "C:\\temp\\CustomBidi.log";
 
 [[noreturn]] void Fail(const std::string& what, DWORD code) {
-  throw QueueError(what + " (Windows error " + std::to_string(code) + ")");
+  const std::string reason = code == RPC_S_SERVER_UNAVAILABLE ? ": the print spooler is not running" : "";
+  throw QueueError(what + reason + " (Windows error " + std::to_string(code) + ")");
 }
 
 WideString Wide(const std::string& text) {
@@ -206,7 +207,7 @@ void AddQueue(const std::string& name, const std::string& port) {
   }
 }
 
-std::vector<Queue> ListQueues() {
+std::vector<Queue> ListQueues(std::vector<std::string>* /*complaints*/) {
   auto queues = ReadQueues();
   std::ranges::sort(queues, {}, &Queue::name);
   return queues;
