@@ -191,6 +191,11 @@ TEST_F(CommandLine, StatusAndPort) {
          {"status 192.0.2.10|status CLI-TEST|status socket://192.0.2.10:9100", 2,
           "{\"printerState\": 5,\"responseCode\": 1,\"statusCode\": 0}\n"},
          {"status 192.0.2.10 --pretty", 2, "the printer could not be read\n"}});
+  if (!kIsWindows) {
+    UsePrinter("{\"addresses\": {\"ports\": 7}}");
+    Check({{"port cli-test", 3, "",
+            "the port of 'cli-test' could not be asked: *printer.json: *addresses.ports*"}});
+  }
   UsePrinter(R"({"addresses": {"ip": {"127.0.0.1": {}}}})");
   Check({{"status localhost", 0, "{\"printerState\":*"},
          {"status cli-test", 1, "", "no status could be had *"}});

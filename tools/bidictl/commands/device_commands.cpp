@@ -161,14 +161,21 @@ int RunStatus(const StatusOptions& options) {
 int RunPort(const PortOptions& options) {
   const WideString name = WideArgument("queue name", options.queue);
   CustomBidiLong status = kNoAnswer;
-  const bool done = GetPortStatus(name.c_str(), &status) != 0;
+  bool done = false;
+  std::string reason = HoldErrors([&] { done = GetPortStatus(name.c_str(), &status) != 0; });
+  reason.resize(reason.find_last_not_of('\n') + 1);
   const auto answer = std::ranges::find(kPortAnswers, status, &PortAnswer::status);
-  if (!done || status == kCustomBidiPortNonPhysical) {
+  const bool is_unknown = !done || answer == kPortAnswers.end();
+  if (is_unknown || answer->exit_code == kExitNoDevice) {
     ExplainMissing(options.queue);
-  }
-  if (!done || answer == kPortAnswers.end()) {
-    throw CommandError("the port of '" + options.queue + "' could not be asked. " + WhereToLook(),
-                       kExitPortFailed);
+    // A device library whose settings cannot be read knows no device.
+    if (is_unknown || !reason.empty()) {
+      throw CommandError("the port of '" + options.queue + "' could not be asked" +
+                             (reason.empty() ? ". " + WhereToLook() : ": " + reason),
+                         kExitPortFailed);
+    }
+  } else if (!reason.empty()) {
+    Complain(reason);
   }
   if (options.json) {
     Print(JsonObject().Add("queue", options.queue).Add("state", answer->name).ToText() + "\n");

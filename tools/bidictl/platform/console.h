@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -48,6 +49,10 @@ void FlushOutput();
 
 /// Writes the line "bidictl: <message>" to standard error.
 void Complain(const std::string& message);
+
+/// Runs `call` and gives what it wrote to standard error, where that can be held back: the device libraries, which
+/// have nobody else to tell, complain there of a settings file. On Windows nothing is held back.
+std::string HoldErrors(const std::function<void()>& call);
 
 /// How wide the terminal on standard output is; nothing when there is none.
 std::optional<size_t> TerminalColumns();

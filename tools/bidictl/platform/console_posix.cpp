@@ -5,8 +5,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "tools/bidictl/platform/console.h"
 
@@ -68,6 +70,23 @@ std::string ProgramPath() {
 }
 
 void PrepareOutput() {}
+
+std::string HoldErrors(const std::function<void()>& call) {
+  char* text = nullptr;
+  size_t size = 0;
+  // The stream alone is another one for a while: what a crash has to say goes to the descriptor.
+  FILE* const held = open_memstream(&text, &size);
+  FILE* const before = held != nullptr ? std::exchange(stderr, held) : nullptr;
+  call();
+  if (held == nullptr) {
+    return "";
+  }
+  stderr = before;
+  std::fclose(held);
+  std::string errors(text, size);
+  std::free(text);
+  return errors;
+}
 
 std::optional<size_t> TerminalColumns() {
   winsize size{};

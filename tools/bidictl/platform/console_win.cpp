@@ -84,6 +84,11 @@ void PrepareOutput() {
   _setmode(_fileno(stdout), _O_BINARY);
 }
 
+std::string HoldErrors(const std::function<void()>& call) {
+  call();
+  return "";
+}
+
 std::optional<size_t> TerminalColumns() {
   CONSOLE_SCREEN_BUFFER_INFO info;
   if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) {
