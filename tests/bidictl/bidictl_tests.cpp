@@ -68,11 +68,12 @@ TEST(WrapText, CutsAtBlanksWhereItCan) {
     Lines lines;
   } cases[] = {{"", 5, {""}},
                {"abcde fgh", 5, {"abcde", "fgh"}},
-               {"abcdefgh", 5, {"abcde", "fgh"}},
-               {" abcdefg", 5, {" abcd", "efg"}},
+               {"abcdefgh", 5, {"abcdefgh"}},
+               {" abcdefg 12345678  x", 5, {" abcdefg", "12345678", " x"}},
                {"aa bb cc dd", 5, {"aa bb", "cc dd"}},
-               {"ab", 0, {"a", "b"}},
-               {"\xC3\xBC\xC3\xBC\xF0\x9F\x98\x80", 2, {"\xC3\xBC\xC3\xBC", "\xF0\x9F\x98\x80"}},
+               {"abcdef ", 5, {"abcdef"}},
+               {"a b", 0, {"a", "b"}},
+               {"\xC3\xBC\xC3\xBC \xF0\x9F\x98\x80", 2, {"\xC3\xBC\xC3\xBC", "\xF0\x9F\x98\x80"}},
                {"a\tb\x1B[2J\x7F\xC2\x9B\xC2\xA0", 20, {"a b [2J  \xC2\xA0"}}};
   for (const auto& row : cases) {
     EXPECT_EQ(WrapText(row.text, row.width), row.lines) << row.text;
@@ -84,9 +85,10 @@ TEST(LayOut, AlignsValuesWithinTheWidth) {
             "CID   VX\nGr\xC3\xBC\xC3\x9F  one two three four five\n      six\n");
   EXPECT_EQ(LayOut({{"CID", "VX"}, {"a-name-of-nearly-all-of-the-width", "value"}}, 40),
             "CID  VX\na-name-of-nearly-all-of-the-width\n     value\n");
-  for (const size_t width : {42, 60, 100}) {
+  EXPECT_EQ(LayOut({{"a-name-of-nearly-all-of-the-width", ""}}, 40), "a-name-of-nearly-all-of-the-width\n");
+  for (const size_t width : {20, 42, 60, 100}) {
     std::istringstream text(
-        LayOut({{"name", std::string(500, 'x')}, {std::string(19, 'n'), "a b c d e f g h i j k"}}, width));
+        LayOut({{"name", "12345678 is a number"}, {std::string(19, 'n'), "a b c d e f g h i j k"}}, width));
     for (std::string line; std::getline(text, line);) {
       EXPECT_LE(line.size(), width) << line;
     }
@@ -154,7 +156,7 @@ TEST(StatusWords, ReadTheErrorStateByItsBytes) {
       {0x04000000, "jammed (0x4000000)"}};
   for (const auto& [code, errors] : cases) {
     EXPECT_EQ(
-        ExplainStatus({0, 2, code}),
+        LayOut(ExplainStatus({0, 2, code}), 1000),
         "printer state  no value (0)\nresponse code  the device is testing itself, or is down and neither "
         "idle nor printing (2)\nerror state    " +
             errors + "\n");
@@ -163,7 +165,7 @@ TEST(StatusWords, ReadTheErrorStateByItsBytes) {
   ASSERT_TRUE(TryParseStatus(R"({"printerState":-1,"responseCode": 3,"statusCode":4294967295})", answer));
   EXPECT_EQ(answer.status_code, 0xFFFFFFFF);
   for (const int64_t state : {answer.printer_state, int64_t{6}}) {
-    EXPECT_TRUE(ExplainStatus({state, answer.response_code, 0})
+    EXPECT_TRUE(LayOut(ExplainStatus({state, answer.response_code, 0}), 1000)
                     .starts_with("printer state  not a known state (" + std::to_string(state) +
                                  ")\nresponse code  not a known code (3)\n"));
   }

@@ -103,7 +103,7 @@ TEST_F(CommandLine, Help) {
        {"password save --help|password test --help|password delete --help", 0,
         "*QUEUE TEXT REQ*--user USER REQ*--target TARGET REQ*\n"},
        {"certificate --help", 0, "Show*show *verify *trust *certificate verify Office --user jdoe\n"},
-       {"certificate show -h", 0, "Show*QUEUE TEXT REQ*--user USER REQ*--mode N *--pem *--der FILE *read.\n"},
+       {"certificate show -h", 0, "Show*QUEUE TEXT REQ*--user USER REQ*--mode N*--pem *--der FILE *read.\n"},
        {"certificate verify --help", 0, "Check*QUEUE TEXT REQ*--user USER REQ*that applies counts.\n"},
        {"certificate trust -h", 0, "Keep*QUEUE TEXT REQ*--user USER REQ*--yes *0 it is kept, 1 it is not.\n"},
        {"queue --help", 0, "Add*add *list *remove *bidictl queue remove Office\n"},
@@ -120,8 +120,10 @@ TEST_F(CommandLine, WhatIsNotUnderstood) {
   CheckReading(
       {{"\"\"", 64, "", "there is no command '' ('bidictl --help' lists them)"},
        {"frob|frob --help", 64, "", "there is no command 'frob' ('bidictl --help' lists them)"},
-       {"|queue frob|password|certificate|queue|trace", 64, "",
-        "A subcommand is required ('bidictl --help' tells more)"},
+       {"", 64, "", "a command is missing behind 'bidictl' ('bidictl --help' lists them)"},
+       {"queue", 64, "", "a command is missing behind 'bidictl queue' ('bidictl queue --help' lists them)"},
+       {"password|certificate|trace", 64, "", "a command is missing behind 'bidictl *"},
+       {"queue frob", 64, "", "there is no command 'queue frob' ('bidictl queue --help' lists them)"},
        {"items|port|password save|password test|password delete|certificate show|certificate "
         "verify|certificate trust|queue add|queue remove|trace on|trace off",
         64, "", "QUEUE is required ('bidictl --help' tells more)"},
@@ -134,22 +136,28 @@ TEST_F(CommandLine, WhatIsNotUnderstood) {
        {"queue add q|password save q --target t|certificate show q|certificate trust q|password delete q "
         "--user u",
         64, "", "--* is required *"},
-       {"password test \"\" --user u --target t|certificate verify \"\" --user u", 64, "",
-        "the queue name is empty"},
+       {"items \"\"|port \"\"|password test \"\" --user u --target t|queue remove \"\"|trace on \"\"", 64, "",
+        "QUEUE: must not be empty *"},
+       {"status \"\"", 64, "", "PRINTER: must not be empty *"},
        {"password test q --user \"\" --target t|certificate verify q --user \"\"", 64, "",
-        "the user name is empty"},
-       {"password test q --user u --target \"\"", 64, "", "the target name is empty"},
+        "--user: must not be empty *"},
+       {"password test q --user u --target \"\"|queue add q --port \"\"|items q --name \"\"|certificate show "
+        "q "
+        "--user u --der \"\"",
+        64, "", "--*: must not be empty *"},
        {"trace follow --seconds 0|trace follow --seconds 86401", 64, "",
         "--seconds: Value * not in range 1 to 86400 *"},
        {"certificate show q --user u --pem --json", 64, "", "--* excludes --* *"},
        {"certificate show q --user u --pem --der f", 64, "", "--pem excludes --der *"},
-       {"certificate show q --user u --mode x", 64, "", "*--mode*"}});
+       {"certificate show q --user u --mode x|certificate show q --user u --mode 2", 64, "", "*--mode*"}});
 }
 
 TEST_F(CommandLine, Items) {
   const std::string serial = "items cli-test --name SerialNumber";
   const std::string wide = "Alerts                           Tray 3 is low on paper, Yellow*";
   const std::string narrow = "Alerts                 Tray 3 is low on paper, Yellow toner\n*";
+  SetVariable("COLUMNS", "20");
+  Check({{"items cli-test --name SerialNumber --pretty", 0, "CID\nSerialNumber\n     VXQ7C2140387\n"}});
   for (const char* columns : {"60", "19", "60x", ""}) {  // all but the first count as 100
     SetVariable("COLUMNS", columns);
     Check({{"items cli-test --pretty", 0, std::string(columns) == "60" ? narrow : wide}});
@@ -174,7 +182,6 @@ TEST_F(CommandLine, StatusAndPort) {
       {{"status 192.0.2.10", 0, "{\"printerState\":3,\"responseCode\":0,\"statusCode\":0}\n"},
        {"status 192.0.2.10 --pretty", 0,
         "printer state  idle (3)\nresponse code  the device is in service (0)\nerror state    none (0x00)\n"},
-       {"status \"\"", 64, "", "the printer's name is empty"},
        {"status cli-local", 1, "",
         "the queue 'cli-local' is on the port 'LPT1:', behind which there is no network device"},
        {"status " + std::string(64, 'x'), 1, "", "neither a queue nor a host is known by the name 'xx*"},
@@ -182,9 +189,7 @@ TEST_F(CommandLine, StatusAndPort) {
        {"port cli-test --json", 0, "{\"queue\":\"cli-test\",\"state\":\"connected\"}\n"},
        {"port cli-local --json", 2, "*\"noDevice\"}\n"},
        {"port cli-local", 2,
-        "There is no network device behind the queue's port, or there is no such queue.\n"},
-       {"port \"\"", 3, "",
-        "the port of '' could not be asked. Are the device libraries beside this program?*"}});
+        "There is no network device behind the queue's port, or there is no such queue.\n"}});
   UsePrinter(R"({"addresses": {"ports": {"*": {"active": false}}, "ip": {"192.0.2.10": {}}},
                  "faults": {"OidProvider.GetValue": {"hresult": "0x80004005"}}})");
   Check({{"port cli-test", 1, "The queue's port leads to a network device that does not answer.\n"},
@@ -238,7 +243,7 @@ TEST_F(CommandLine, CertificateShown) {
         "device UUID  u-1\nsubject      CN=vexmo-printer, O=Vexmo, C=XX\n"
         "issuer       CN=vexmo-root, O=Vexmo, C=XX\n"
         "valid from   2020-01-01 00:00:00 UTC\nvalid until  2099-12-31 23:59:59 UTC\n"
-        "SHA-1        *:*\nSHA-256      *:*\n             *:*\n"
+        "SHA-1        *:*\nSHA-256      *:*\n"
         "warnings     CERT_TRUST_IS_NOT_TIME_NESTED (2, 0x00000002)\n"
         "             ERROR_INTERNET_SEC_CERT_CN_INVALID (12038, 0x00002F06)\n"},
        {show + " --json", 0,
@@ -247,6 +252,7 @@ TEST_F(CommandLine, CertificateShown) {
         R"("warnings":[{"code":2,"name":"CERT_TRUST_IS_NOT_TIME_NESTED"},{"code":12038,*}]})"
         "\n"},
        {show + " --pem", 0, "-----BEGIN CERTIFICATE-----\n*\n-----END CERTIFICATE-----\n"},
+       {show + " --der -", 0, ReadBytes(CERTIFICATE_FOLDER "/chained.der")},
        {show + " --der \"" + copy.string() + "\"", 0, ""},
        {show + " --der \"" + (copy / "x").string() + "\"", 1, "", "the file '*x' cannot be written"},
        {show + " --mode 1", 0, "device UUID  none was read\n*"}});
@@ -264,7 +270,8 @@ TEST_F(CommandLine, CertificateShown) {
           "\n"},
          {show + " --mode 1 --pem", 1, "", "there are warnings, but no certificate was read"}});
   UsePrinter("{}");
-  Check({{show, 1, "", "no certificate could be read from the printer behind 'cli-test'. *"}});
+  Check({{show, 1, "", "no certificate could be read from the printer behind 'cli-test'. *"},
+         {show + " --mode 1", 1, "", "no certificate * without its address: --mode 1 needs *"}});
 }
 
 TEST_F(CommandLine, CertificateTrusted) {
@@ -314,11 +321,10 @@ TEST_F(CommandLine, Queues) {
   const std::string no_cups =
       kIsWindows ? "" : "CUPS does not answer at '/nonexistent/cups.sock' (CUPS_SERVER)*";
   Check(
-      {{"queue add \"cli-Büro 😀\" --port LPT1:", 0, ""},
+      {{"queue add \"cli-Büro 😀\" --port LPT1:", 0, "",
+        "the port 'LPT1:' leads to no device on a network; *"},
        {"queue add CLI-TEST --port LPT1:", 1, "", "there is a queue 'CLI-TEST' already; remove it first"},
-       {"queue add \"\" --port LPT1:", 1, "", "the queue name is empty"},
        {"queue add cli,x --port LPT1:", 1, "", "a queue name must not hold a backslash or a comma: 'cli,x'"},
-       {"queue add cli-new --port \"\"", 1, "", "the port name is empty"},
        {"queue list", 0, "*cli-Büro 😀 * LPT1:\n*cli-test *192.0.2.10\n*", no_cups},
        {"queue list --json", 0,
         R"([*{"name":"cli-Büro 😀","port":"LPT1:"},{"name":"cli-test","port":"192.0.2.10"}*])"

@@ -145,10 +145,13 @@ void AddCertificateShow(CLI::App& group, CommandLine& line) {
       ->add_option(
           "--mode", options.mode,
           "0: certificate, warnings and UUID from the printer's address (the default); 1: what there "
-          "is without an address")
-      ->type_name("N");
+          "is without an address, of\nwhich a printer on a network has nothing")
+      ->type_name("N")
+      ->check(CLI::Range(0, 1));
   auto* pem = command->add_flag("--pem", options.pem, "Print the certificate as PEM instead");
-  auto* der = command->add_option("--der", options.der_file, "Write the certificate into this file instead")
+  auto* der = command
+                  ->add_option("--der", options.der_file,
+                               "Write the certificate into this file instead; - is standard output")
                   ->type_name("FILE")
                   ->excludes(pem);
   AddJson(*command, options.json)->excludes(pem)->excludes(der);
@@ -211,6 +214,10 @@ void AddQueueAdd(CLI::App& group, CommandLine& line) {
       "On Windows the queue gets a driver that prints nothing, and a port that the spooler does not know yet "
       "is made\n"
       "as a local port; this takes an administrator.\n"
+      "What is odd is added all the same, with a word on standard error: a port behind which there is no "
+      "device on "
+      "a network,\n"
+      "and the name of a queue that CUPS has, which the new one hides.\n"
       "Exit codes: 0 done, 1 it could not be added, among others because there is a queue of that name.");
   command->callback([&line] { line.exit_code = RunQueueAdd(line.queue); });
 }
@@ -285,16 +292,45 @@ void AddTrace(CLI::App& program, CommandLine& line) {
 
 /// Before anything else is said: the parser would only tell that a command is missing, and a command that there is
 /// no such queue.
-void CheckCommandName(const CLI::App& program, const std::vector<std::string>& arguments) {
-  if (arguments.empty() || arguments.front().starts_with('-')) {
-    return;
-  }
-  const auto& name = arguments.front();
-  const auto is_it = [&name](const CLI::App* command) { return command->check_name(name); };
-  if (program.get_subcommands(is_it).empty()) {
-    throw CommandError("there is no command '" + name + "' ('bidictl --help' lists them)", kExitUsage);
+void CheckCommandNames(const CLI::App& program, const std::vector<std::string>& arguments) {
+  const CLI::App* group = &program;
+  std::string words;
+  for (size_t i = 0;; ++i) {
+    const auto commands = group->get_subcommands([](const CLI::App*) { return true; });
+    if (commands.empty()) {
+      break;
+    }
+    const std::string where = " ('bidictl " + words + "--help' lists them)";
+    if (i == arguments.size()) {
+      throw CommandError(
+          "a command is missing behind 'bidictl" + (i == 0 ? "" : ' ' + arguments[i - 1]) + "'" + where,
+          kExitUsage);
+    }
+    if (arguments[i].starts_with('-')) {
+      return;
+    }
+    const auto found = std::ranges::find_if(
+        commands, [&](const CLI::App* command) { return command->check_name(arguments[i]); });
+    if (found == commands.end()) {
+      throw CommandError("there is no command '" + words + arguments[i] + "'" + where, kExitUsage);
+    }
+    group = *found;
+    words += arguments[i] + ' ';
   }
   CheckQueueStore();
+}
+
+/// Nothing has the empty text for its name, and "--der ''" would be taken for no option at all. Only a CID may be
+/// empty, as it is without the option.
+void RefuseEmptyTexts(CLI::App& app) {
+  for (CLI::Option* option : app.get_options()) {
+    if (option->get_name() != "--default-cid") {
+      option->check([](const std::string& text) { return text.empty() ? "must not be empty" : ""; });
+    }
+  }
+  for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    RefuseEmptyTexts(*command);
+  }
 }
 
 int RunBidictl(std::vector<std::string> arguments) {
@@ -316,7 +352,8 @@ int RunBidictl(std::vector<std::string> arguments) {
   }
 
   try {
-    CheckCommandName(program, arguments);
+    RefuseEmptyTexts(program);
+    CheckCommandNames(program, arguments);
     std::ranges::reverse(arguments);  // the parser takes them from the back
     program.parse(std::move(arguments));
     FlushOutput();

@@ -25,11 +25,4 @@ WideString WideArgument(const std::string& what, const std::string& argument) {
   return *std::move(wide);
 }
 
-WideString WideName(const std::string& what, const std::string& argument) {
-  if (argument.empty()) {
-    throw CommandError("the " + what + " is empty", kExitUsage);
-  }
-  return WideArgument(what, argument);
-}
-
 }  // namespace custom_bidi_tools

@@ -80,7 +80,4 @@ std::string WhereToLook();
 /// An argument as the library takes it; throws when it is not UTF-8. `what` names it in the message.
 WideString WideArgument(const std::string& what, const std::string& argument);
 
-/// The same for one that must not be empty.
-WideString WideName(const std::string& what, const std::string& argument);
-
 }  // namespace custom_bidi_tools

@@ -80,7 +80,6 @@ std::string ReadItems(const ItemsOptions& options) {
 /// What the library is to ask about a printer: an address itself; else the host of the queue of that name, else
 /// the host of that name, by their addresses.
 std::vector<std::string> AddressesOf(const std::string& printer) {
-  WideName("printer's name", printer);
   if (IsAddress(printer)) {
     return {printer};
   }
@@ -154,7 +153,7 @@ int RunStatus(const StatusOptions& options) {
         "address as its name: 'bidictl queue add ADDRESS --port ADDRESS', 'bidictl trace on ADDRESS', "
         "another try, 'bidictl trace show'.");
   }
-  Print(options.pretty && is_answered ? ExplainStatus(status) : json + "\n");
+  Print(options.pretty && is_answered ? LayOut(ExplainStatus(status), OutputWidth()) : json + "\n");
   return is_answered && !status.WasRead() ? kExitNotRead : kExitDone;
 }
 

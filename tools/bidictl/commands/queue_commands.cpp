@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tools/bidictl/commands/commands.h"
+#include "tools/bidictl/platform/printer_address.h"
 #include "tools/bidictl/platform/queue_store.h"
 #include "tools/bidictl/text/printer_answers.h"
 
@@ -77,6 +78,13 @@ void CheckGivenQueue(const std::string& queue) {
 
 int RunQueueAdd(const QueueOptions& options) {
   AddQueue(options.name, options.port);
+  if (HostOfPort(options.port).empty()) {
+    Complain("the port '" + options.port +
+             "' leads to no device on a network; the queue is added all the same");
+  }
+  if (IsSpoolersQueue(options.name)) {
+    Complain("CUPS has a queue '" + options.name + "', too, which this one hides until it is removed");
+  }
   return kExitDone;
 }
 

@@ -17,6 +17,7 @@ namespace custom_bidi_tools {
 namespace {
 
 constexpr CustomBidiDword kFullReading = 0;
+constexpr CustomBidiDword kWithoutAddress = 1;
 
 enum VerifyExitCode {
   kExitMatches = 0,
@@ -30,9 +31,9 @@ enum VerifyExitCode {
 /// The three names of a password as the library takes them.
 struct PasswordNames {
   explicit PasswordNames(const PasswordOptions& options)
-      : queue(WideName("queue name", options.queue)),
-        user(WideName("user name", options.user)),
-        target(WideName("target name", options.target)) {}
+      : queue(WideArgument("queue name", options.queue)),
+        user(WideArgument("user name", options.user)),
+        target(WideArgument("target name", options.target)) {}
 
   WideString queue;
   WideString user;
@@ -81,12 +82,16 @@ class CertificateRecord {
 class PrinterCertificate {
  public:
   PrinterCertificate(const CertificateOptions& options, CustomBidiDword mode)
-      : user_(WideName("user name", options.user)),
-        queue_(WideName("queue name", options.queue)),
+      : user_(WideArgument("user name", options.user)),
+        queue_(WideArgument("queue name", options.queue)),
         record_(GetDeviceCertificate(user_.c_str(), queue_.c_str(), mode)) {
     if (!record_) {
-      throw CommandError("no certificate could be read from the printer behind '" + options.queue + "'. " +
-                         WhereToLook());
+      const std::string needs = mode == kWithoutAddress
+                                    ? " without its address: --mode 1 needs a device library that knows its "
+                                      "printer without one, and those for a network do not. "
+                                    : ". ";
+      throw CommandError("no certificate could be read from the printer behind '" + options.queue + "'" +
+                         needs + WhereToLook());
     }
     target_ = WideArgument("target name", CertificateTarget(options.user, record_.device_uuid()));
   }
@@ -185,6 +190,10 @@ JsonObject RecordAsJson(const CertificateRecord& record) {
 }
 
 void WriteDer(const std::string& file, std::span<const uint8_t> der) {
+  if (file == "-") {
+    Print({reinterpret_cast<const char*>(der.data()), der.size()});
+    return;
+  }
   const std::filesystem::path path(std::u8string(file.begin(), file.end()));
   std::ofstream stream(path, std::ios::binary);
   stream.write(reinterpret_cast<const char*>(der.data()), static_cast<std::streamsize>(der.size()));

@@ -17,32 +17,60 @@ namespace custom_bidi_tools {
 namespace {
 
 termios g_terminal;  // as it was
+termios g_silent;    // as it is while a password is typed
+std::string_view g_prompt;
 
-extern "C" void RestoreTerminalAndDie(int signal_number) {
+void HandleOnce(int signal_number, struct sigaction* before);
+
+extern "C" void RestoreTerminalAndObey(int signal_number) {
+  const int error = errno;
   tcsetattr(STDIN_FILENO, TCSANOW, &g_terminal);
   // The handler was for once: this time the signal does what it does by itself.
   raise(signal_number);
+  // It goes on: it was only stopped, or nobody was there who could have let it go on.
+  HandleOnce(signal_number, nullptr);
+  tcsetattr(STDIN_FILENO, TCSANOW, &g_silent);
+  errno = error;
 }
 
-/// The terminal as long as it does not show what is typed; a signal that ends the program sets it back.
+/// Whoever stopped the program, a shell has shown what was typed since then and may have left the terminal so.
+extern "C" void SilenceTerminalAndPrompt(int /*signal_number*/) {
+  const int error = errno;
+  tcsetattr(STDIN_FILENO, TCSANOW, &g_silent);
+  // Where nobody can read it nobody misses it.
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, g_prompt.data(), g_prompt.size());
+  errno = error;
+}
+
+void HandleOnce(int signal_number, struct sigaction* before) {
+  struct sigaction action {};
+  action.sa_handler = RestoreTerminalAndObey;
+  action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_NODEFER;
+  sigaction(signal_number, &action, before);
+}
+
+/// The terminal as long as it does not show what is typed. A signal that ends or stops the program sets it back, and
+/// one that lets it go on silences it again and shows the prompt, which must outlive this.
 class SilentTerminal {
  public:
-  SilentTerminal() {
+  explicit SilentTerminal(std::string_view prompt) {
     if (tcgetattr(STDIN_FILENO, &g_terminal) != 0) {
       throw CommandError(std::string("the terminal cannot be asked: ") + std::strerror(errno));
     }
-    struct sigaction action {};
-    action.sa_handler = RestoreTerminalAndDie;
-    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_NODEFER;
+    g_silent = g_terminal;
+    g_silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    g_silent.c_lflag |= ECHONL;
+    g_prompt = prompt;
     for (size_t i = 0; i < kSignalCount; ++i) {
-      sigaction(kSignals[i], &action, &before_[i]);
+      HandleOnce(kSignals[i], &before_[i]);
     }
-    termios silent = g_terminal;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    silent.c_lflag |= ECHONL;
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    struct sigaction action {};
+    action.sa_handler = SilenceTerminalAndPrompt;
+    sigaction(SIGCONT, &action, &before_continuing_);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &g_silent);
   }
   ~SilentTerminal() {
+    sigaction(SIGCONT, &before_continuing_, nullptr);
     tcsetattr(STDIN_FILENO, TCSAFLUSH, &g_terminal);
     for (size_t i = 0; i < kSignalCount; ++i) {
       sigaction(kSignals[i], &before_[i], nullptr);
@@ -52,10 +80,11 @@ class SilentTerminal {
   SilentTerminal& operator=(const SilentTerminal&) = delete;
 
  private:
-  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGQUIT, SIGHUP};
+  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGTSTP};
   static constexpr size_t kSignalCount = sizeof kSignals / sizeof *kSignals;
 
   struct sigaction before_[kSignalCount];
+  struct sigaction before_continuing_;
 };
 
 }  // namespace
@@ -114,7 +143,7 @@ size_t ReadInput(std::span<uint8_t> buffer) {
 }
 
 Secret ReadHiddenLine(const std::string& prompt) {
-  const SilentTerminal silent;
+  const SilentTerminal silent(prompt);
   std::fputs(prompt.c_str(), stderr);
   Secret line;
   while (!line.room().empty() && (line.bytes().empty() || line.bytes().back() != '\n')) {

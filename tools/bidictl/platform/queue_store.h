@@ -32,6 +32,9 @@ void CheckPortName(const std::string& port);
 /// Adds a queue. Throws when there is one of that name, but not for one of CUPS: the new one comes first.
 void AddQueue(const std::string& name, const std::string& port);
 
+/// True for a queue that another spooler has besides, on Linux CUPS; its own queues stand before those.
+bool IsSpoolersQueue(const std::string& name);
+
 /// All queues, in the order of their names. `complaints`, which may be null, receives what keeps some of them from
 /// being there, one sentence each: a spooler that does not answer though it is named, or is all that there is;
 /// a part of the registry that is not understood.

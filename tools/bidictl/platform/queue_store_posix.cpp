@@ -85,13 +85,9 @@ bool HasPort(const base::RegistryFile& registry, const std::string& name) {
   return registry.FindValue(KeyOf(name), kPortValue) != nullptr;
 }
 
-bool IsCupsQueue(const std::string& name) {
-  return base::FindCupsDevice(ToWide(name).value()).has_value();
-}
-
 void Require(const base::RegistryFile& registry, const std::string& name) {
   CheckQueueName(name);
-  if (!registry.HasKey(KeyOf(name)) && !IsCupsQueue(name)) {
+  if (!registry.HasKey(KeyOf(name)) && !IsSpoolersQueue(name)) {
     throw QueueError("there is no queue '" + name + "'; 'bidictl queue list' shows the queues");
   }
 }
@@ -145,6 +141,11 @@ void AddQueue(const std::string& name, const std::string& port) {
   edit.Save();
 }
 
+bool IsSpoolersQueue(const std::string& name) {
+  const auto wide_name = ToWide(name);
+  return wide_name && base::FindCupsDevice(*wide_name);
+}
+
 std::vector<Queue> ListQueues(std::vector<std::string>* complaints) {
   const auto registry = LoadRegistry();
   std::vector<Queue> queues;
@@ -190,7 +191,7 @@ void RequireQueue(const std::string& name) {
 void RemoveQueue(const std::string& name) {
   RegistryEdit edit;
   Require(*edit, name);
-  if (!HasPort(*edit, name) && IsCupsQueue(name)) {
+  if (!HasPort(*edit, name) && IsSpoolersQueue(name)) {
     throw QueueError("the queue '" + name + "' is one of CUPS, which removes it with 'lpadmin -x'");
   }
   edit->RemoveKey(KeyOf(name));

@@ -207,6 +207,10 @@ void AddQueue(const std::string& name, const std::string& port) {
   }
 }
 
+bool IsSpoolersQueue(const std::string& /*name*/) {
+  return false;  // there is one spooler, and it has each name once
+}
+
 std::vector<Queue> ListQueues(std::vector<std::string>* /*complaints*/) {
   auto queues = ReadQueues();
   std::ranges::sort(queues, {}, &Queue::name);

@@ -9,7 +9,6 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";
 constexpr size_t kGap = 2;
-constexpr size_t kLeastValueWidth = 20;
 
 bool IsHighSurrogate(CustomBidiChar unit) {
   return unit >= 0xD800 && unit <= 0xDBFF;
@@ -53,11 +52,14 @@ std::string Printable(std::string_view text) {
   return result;
 }
 
-/// Where the first line of `text`, which is longer than `width`, ends.
+/// Where the first line of `text`, which is longer than `width`, ends: at a blank, or where there is none.
 size_t LineEnd(std::string_view text, size_t width) {
-  const size_t end = BytesOf(text, width);
-  const size_t blank = text.rfind(' ', end);
-  return blank == std::string_view::npos || blank == 0 ? end : blank;
+  const size_t first_word = text.find_first_not_of(' ');
+  const size_t blank = text.rfind(' ', BytesOf(text, width));
+  if (blank != std::string_view::npos && blank > first_word) {
+    return blank;
+  }
+  return std::min(text.find(' ', first_word), text.size());
 }
 
 /// The width of the name column: the longest name's, among those that leave the values three fifths of the
@@ -110,19 +112,18 @@ std::vector<std::string> WrapText(std::string_view text, size_t width) {
   while (CountCharacters(rest) > room) {
     const size_t end = LineEnd(rest, room);
     lines.emplace_back(rest.substr(0, end));
-    rest.remove_prefix(end);
-    if (rest.front() == ' ') {
-      rest.remove_prefix(1);
-    }
+    rest.remove_prefix(std::min(end + 1, rest.size()));
   }
-  lines.emplace_back(rest);
+  if (!rest.empty() || lines.empty()) {
+    lines.emplace_back(rest);
+  }
   return lines;
 }
 
 std::string LayOut(const std::vector<Row>& rows, size_t width) {
   const size_t name_width = NameWidth(rows, width);
   const size_t indent = name_width + kGap;
-  const size_t value_width = width > indent + kLeastValueWidth ? width - indent : kLeastValueWidth;
+  const size_t value_width = width - std::min(width, indent);
 
   std::string text;
   for (const auto& row : rows) {
@@ -137,7 +138,7 @@ std::string LayOut(const std::vector<Row>& rows, size_t width) {
       if (!part.empty()) {
         line += std::string(indent - column, ' ') + part;
       }
-      text += line + '\n';
+      text += line.empty() ? "" : line + '\n';
       line.clear();
       column = 0;
     }

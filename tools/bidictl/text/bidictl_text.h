@@ -40,8 +40,8 @@ struct Row {
   std::string value;
 };
 
-/// Cuts `text`, which is UTF-8, into lines of at most `width` characters, at blanks where there are any,
-/// never inside a character. At least one line. Control characters become blanks.
+/// Cuts `text`, which is UTF-8, into lines of at most `width` characters, at blanks alone: a word or a number that
+/// is longer stands whole on a line. At least one line. Control characters become blanks.
 std::vector<std::string> WrapText(std::string_view text, size_t width);
 
 /// Lays rows out in two aligned columns within `width` characters (every character counts as one column). A

@@ -179,9 +179,9 @@ std::string JsonList(const std::vector<JsonObject>& list) {
   return '[' + text + ']';
 }
 
-std::string ExplainStatus(const StatusAnswer& answer) {
+std::vector<Row> ExplainStatus(const StatusAnswer& answer) {
   if (!answer.WasRead()) {
-    return ResponseCodeText(kNotRead) + "\n";
+    return {{ResponseCodeText(kNotRead), ""}};
   }
   const ErrorState state = ReadErrorState(answer.status_code);
   std::string errors;
@@ -195,11 +195,13 @@ std::string ExplainStatus(const StatusAnswer& answer) {
     errors = "none";
   }
 
-  std::ostringstream text;
-  text << "printer state  " << PrinterStateName(answer.printer_state) << " (" << answer.printer_state << ")\n"
-       << "response code  " << ResponseCodeText(answer.response_code) << " (" << answer.response_code << ")\n"
-       << "error state    " << errors << " (" << Hexadecimal(answer.status_code) << ")\n";
-  return text.str();
+  const auto with = [](const std::string& words, const std::string& number) {
+    return words + " (" + number + ")";
+  };
+  return {
+      {"printer state", with(PrinterStateName(answer.printer_state), std::to_string(answer.printer_state))},
+      {"response code", with(ResponseCodeText(answer.response_code), std::to_string(answer.response_code))},
+      {"error state", with(errors, Hexadecimal(answer.status_code))}};
 }
 
 }  // namespace custom_bidi_tools

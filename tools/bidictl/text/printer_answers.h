@@ -61,7 +61,8 @@ class JsonObject {
 /// A list of objects, on one line.
 std::string JsonList(const std::vector<JsonObject>& list);
 
-/// The whole status answer, one line for each member. A printer that could not be read is told in one line.
-std::string ExplainStatus(const StatusAnswer& answer);
+/// The whole status answer, one row for each member. A printer that could not be read is one
+/// row without a value.
+std::vector<Row> ExplainStatus(const StatusAnswer& answer);
 
 }  // namespace custom_bidi_tools
