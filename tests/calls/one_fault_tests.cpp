@@ -126,6 +126,18 @@ TEST_F(OneFault, DataMapThatCannotBeAskedHasNoItems) {
   }
 }
 
+TEST_F(OneFault, StringsThatNobodyCanBeAskedForAreNoEntries) {
+  printer["locale"]["*"] = "vexmo-print-quality-supported.com.vexmo.pq-mode.21=5";
+  int without = 0;
+  for (int n = 1; n <= 4; ++n) {
+    pal::FailNthCallOf("GetProcAddress", n);
+    without += Items({"A", "CustomPQ"}) == Yes(BidiText({{"A", "1"}}, ""));
+    EXPECT_TRUE(pal::FaultFired());
+    pal::ClearFaults();
+  }
+  EXPECT_EQ(without, 1);
+}
+
 TEST_F(OneFault, LanguageThatCannotBeHadIsTheEmptyText) {
   printer["locale"][""] = "vexmo-print-quality-supported.com.vexmo.pq-mode.21=5";
   WriteDataMap({});
