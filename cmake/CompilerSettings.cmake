@@ -22,6 +22,11 @@ foreach(folder IN ITEMS ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR})
   list(APPEND one_place $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${folder}=.>)
 endforeach()
 add_compile_options(${one_place})
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # Where a variable is found step by step depends, in files that use what was read beforehand (Precompiled.cmake), on
+  # addresses within the compiler, and so on the folders' names.
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-var-tracking-assignments>)
+endif()
 
 # What makes an overrun or an overwritten table end the process instead of taking it over. Sanitizers look for themselves,
 # and what is not optimised cannot be fortified.
