@@ -56,7 +56,7 @@ std::vector<std::string> ResolveHost(const std::string& name) {
   ADDRINFOW hints{};
   hints.ai_socktype = SOCK_DGRAM;  // each address once
   ADDRINFOW* first = nullptr;
-  if (const int code = GetAddrInfoW(ToWide(name).value_or(L"").c_str(), nullptr, &hints, &first)) {
+  if (const int code = GetAddrInfoW(ToWide(name).value_or(WideString()).c_str(), nullptr, &hints, &first)) {
     Fail(name, code);
   }
   const std::unique_ptr<ADDRINFOW, decltype(&FreeAddrInfoW)> list(first, &FreeAddrInfoW);
