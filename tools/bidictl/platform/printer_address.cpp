@@ -1,3 +1,10 @@
+#ifdef _WIN32
+#include <winsock2.h>
+#include <ws2tcpip.h>
+#else
+#include <arpa/inet.h>
+#endif
+
 #include "tools/bidictl/platform/printer_address.h"
 
 #include <algorithm>
@@ -73,6 +80,14 @@ std::string WithoutPrefix(const std::string& port) {
 }
 
 }  // namespace
+
+bool IsAddress(const std::string& text) {
+  in_addr v4{};
+  in6_addr v6{};
+  const size_t zone = text.find('%');
+  return inet_pton(AF_INET, text.c_str(), &v4) == 1 ||
+         (zone + 1 != text.size() && inet_pton(AF_INET6, text.substr(0, zone).c_str(), &v6) == 1);
+}
 
 std::string HostOfPort(const std::string& port) {
   if (const size_t scheme_chars = port.find("://"); scheme_chars != std::string::npos) {

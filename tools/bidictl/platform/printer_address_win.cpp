@@ -40,14 +40,6 @@ class Sockets {
 
 }  // namespace
 
-bool IsAddress(const std::string& text) {
-  in_addr v4{};
-  in6_addr v6{};
-  const size_t zone = text.find('%');
-  return inet_pton(AF_INET, text.c_str(), &v4) == 1 ||
-         (zone + 1 != text.size() && inet_pton(AF_INET6, text.substr(0, zone).c_str(), &v6) == 1);
-}
-
 std::vector<std::string> ResolveHost(const std::string& name) {
   const Sockets sockets;
   if (sockets.code() != 0) {
