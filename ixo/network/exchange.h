@@ -56,9 +56,9 @@ inline constexpr size_t kProtocolCount = 3;
 /// is; one that has begun to answer, and then pauses, is worth a second attempt while there is time for it.
 class Patience {
  public:
-  /// For the only attempt, or the last.
-  Patience(Deadline end)
-      : pause_end_(end), end_(end) {}  // NOLINT(google-explicit-constructor): a deadline is one
+  /// For the only attempt, or the last. A deadline is one.
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  Patience(Deadline end) : pause_end_(end), end_(end) {}
   /// For the first of two: a pause that lasts until `pause_end` ends it.
   Patience(Deadline pause_end, Deadline end) : pause_end_(pause_end), end_(end) {}
 

@@ -186,7 +186,7 @@ std::optional<Uri> ParseUri(const std::string& text) {
   ParsedUri parsed = TryParse(*xml, text);
   if (!parsed) {
     // libxml2 does not say that memory is lacking. Where it still is, none is left for the copy.
-    parsed = TryParse(*xml, std::string(text.c_str()));
+    parsed = TryParse(*xml, std::string(text));
   }
   if (!parsed) {
     return std::nullopt;

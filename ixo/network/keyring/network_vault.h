@@ -28,8 +28,6 @@ namespace custom_bidi::network {
 /// was refused, it has no entry: there is none present, and every other operation fails with
 /// ERROR_INVALID_PARAMETER.
 class NetworkVaultStoreProvider final : public support::VaultStoreProvider {
- private:
- private:
   DWORD DoSaveTarget(const BYTE* bytes, DWORD length_bytes) override;
   /// The bytes stay until this is called again or the provider goes, and are wiped then. Null when the entry
   /// is empty.
